@@ -1,0 +1,30 @@
+// The form of the launcher's only window: which widgets there are, where they stand and what they first read.
+#pragma once
+
+class QLabel;
+class QListView;
+class QMainWindow;
+class QProgressBar;
+class QPushButton;
+class QTabWidget;
+class QWebEngineView;
+class QWidget;
+
+// Ten widgets at fixed pixel positions, in the order of their construction; each bears its field's name as
+// its object name. The widgets belong to the window through Qt's parent chain, the record to its creator.
+struct MainWindowForm
+{
+    QWidget* centralWidget;
+    QProgressBar* ProgressBar;
+    QLabel* StatusText;
+    QLabel* PercentageText;
+    QPushButton* Play;
+    QTabWidget* TabControl;
+    QWidget* PatchNotesTabItem;
+    QWebEngineView* WebView;
+    QWidget* LogTabItem;
+    QListView* LogListView;
+
+    // Builds the form in `window` and fills the fields. Runs once for a record. Makes no connections.
+    void setupUi(QMainWindow* window);
+};

@@ -1,0 +1,25 @@
+// Questions to the disk, and the removal of a directory tree. Nothing here reports a failure but by its
+// result.
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Appends directory + "\" + name for each plain file, depth first, in the order the system gives; directories
+// are entered if `recursive`, also through links, and never listed. A directory that can't be read appends
+// nothing.
+void ListDirectory(const std::string& directory, std::vector<std::string>& files, bool recursive);
+
+// True if the path can be opened for reading: false for a directory and for a locked file too.
+bool FileExists(const std::string& path);
+
+// True if anything of that name exists, file or directory.
+bool PathExists(const std::string& path);
+
+// Removes a directory with all that it holds. An absent path and a plain file are left alone, and what can't
+// be removed stays.
+void RemoveDirectoryTree(const std::string& path);
+
+// The process's current directory as a full path without a closing backslash. Empty if it can't be read, or
+// does not fit the 260 bytes that the system's calls work with.
+std::string CurrentDirectory();

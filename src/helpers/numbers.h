@@ -1,0 +1,17 @@
+// Numbers as the player reads them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// Decimal digits with a leading "-" for a negative value; no grouping, no padding.
+std::string IntText(std::int32_t value);
+
+// "%f" without the zeros behind the last decimal, and without a point that nothing follows.
+std::string FloatText(float value);
+
+// The whole part of the percentage of a fraction (1.0 is 100 per cent), truncated, without a sign.
+std::string PercentText(double fraction);
+
+// A blank before every third digit from the end.
+std::string GroupDigits(std::string digits);

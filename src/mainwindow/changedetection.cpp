@@ -1,0 +1,73 @@
+// Compares every listed file with the tree by digest, and queues the differences.
+#include <cmath>
+
+#include <QCoreApplication>
+#include <QLabel>
+#include <QProgressBar>
+
+#include "digest/filedigest.h"
+#include "helpers/files.h"
+#include "helpers/numbers.h"
+#include "helpers/text.h"
+#include "mainwindow/filelist.h"
+#include "mainwindow/mainwindow.h"
+#include "mainwindow/wrapping.h"
+#include "startup/launchercontext.h"
+
+namespace {
+// The least step of the fraction that is shown.
+constexpr double ShownStep = 0.01;
+} // namespace
+
+bool MainWindow::FindChanges(const std::string& treeRoot, const ContentList& content)
+{
+    const LauncherContext& context = LauncherContext::Instance();
+
+    Log("Initializing files to download");
+    FlushLog(true);
+    context.StatusText->setText("Checking for file changes...");
+    context.ProgressBar->setHidden(false);
+    SetProgress(0.0f);
+
+    const auto count = static_cast<std::int32_t>(content.fileNames.size());
+    const std::string totalText = GroupDigits(IntText(count));
+    double shownFraction = -1.0; // so that the first file always shows
+    fileQueue.clear();
+    for (std::int32_t i = 0; i < count; ++i) {
+        const std::string& path = content.fileNames[i];
+
+        const double fraction = static_cast<double>(i) / count;
+        if (std::fabs(shownFraction - fraction) >= ShownStep) {
+            shownFraction = fraction;
+            SetProgress(static_cast<float>(fraction));
+            const std::string text = GroupDigits(IntText(i)) + " / " + totalText + " files checked" + "   " +
+                                     PercentText(fraction) + "%";
+            context.PercentageText->setText(text.c_str());
+        }
+
+        std::string digest;
+        const std::string fullPath = treeRoot + "\\" + path;
+        if (FileExists(fullPath)) {
+            digest = FileSha256(fullPath);
+            if (digest.empty())
+                Log("Failed to open/get hash of file: " + path);
+            // Ticks and slots can run here and below; the digest buffer is not held across it.
+            QCoreApplication::processEvents();
+        }
+
+        if (!Equals(content.fileDigests[i], digest) && !Contains(path, "List.txt")) {
+            if (gameProcessRunning)
+                return false;
+            std::string queued = path;
+            ReplaceAll(queued, "\\", "/");
+            fileQueue.push_back(queued);
+            totalBytes = WrappingAdd(totalBytes, content.fileSizes[i]);
+        }
+        if (i % 10 == 0)
+            QCoreApplication::processEvents();
+    }
+
+    context.ProgressBar->setHidden(true);
+    SetProgress(0.0f);
+    return true;
+}

@@ -1,0 +1,114 @@
+// Judges the end of every transfer, and reports what failed.
+#include <QLabel>
+#include <QNetworkReply>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QWebEngineView>
+
+#include "helpers/files.h"
+#include "mainwindow/mainwindow.h"
+#include "qtdownload/qtdownload.h"
+#include "startup/launchercontext.h"
+
+namespace {
+// The enumerator's name, or null for a value that gets no line of its own.
+const char* NameOf(int error)
+{
+    switch (error) {
+        case QNetworkReply::ConnectionRefusedError: return "ConnectionRefusedError";
+        case QNetworkReply::RemoteHostClosedError: return "RemoteHostClosedError";
+        case QNetworkReply::TimeoutError: return "TimeoutError";
+        case QNetworkReply::OperationCanceledError: return "OperationCanceledError";
+        case QNetworkReply::SslHandshakeFailedError: return "SslHandshakeFailedError";
+        case QNetworkReply::TemporaryNetworkFailureError: return "TemporaryNetworkFailureError";
+        case QNetworkReply::NetworkSessionFailedError: return "NetworkSessionFailedError";
+        case QNetworkReply::BackgroundRequestNotAllowedError: return "BackgroundRequestNotAllowedError";
+        case QNetworkReply::UnknownNetworkError: return "UnknownNetworkError";
+        case QNetworkReply::ProxyConnectionRefusedError: return "ProxyConnectionRefusedError";
+        case QNetworkReply::ProxyConnectionClosedError: return "ProxyConnectionClosedError";
+        case QNetworkReply::ProxyNotFoundError: return "ProxyNotFoundError";
+        case QNetworkReply::ProxyTimeoutError: return "ProxyTimeoutError";
+        case QNetworkReply::ProxyAuthenticationRequiredError: return "ProxyAuthenticationRequiredError";
+        case QNetworkReply::UnknownProxyError: return "UnknownProxyError";
+        case QNetworkReply::ContentAccessDenied: return "ContentAccessDenied";
+        case QNetworkReply::ContentOperationNotPermittedError: return "ContentOperationNotPermittedError";
+        case QNetworkReply::ContentNotFoundError: return "ContentNotFoundError";
+        case QNetworkReply::AuthenticationRequiredError: return "AuthenticationRequiredError";
+        case QNetworkReply::ContentReSendError: return "ContentReSendError";
+        case QNetworkReply::UnknownContentError: return "UnknownContentError";
+        case QNetworkReply::ProtocolUnknownError: return "ProtocolUnknownError";
+        case QNetworkReply::ProtocolInvalidOperationError: return "ProtocolInvalidOperationError";
+        case QNetworkReply::ProtocolFailure: return "ProtocolFailure";
+        default: return nullptr; // what Qt may report besides
+    }
+}
+
+// The lines that lead a failed transfer's report.
+void LogCause(MainWindow& window, int error)
+{
+    if (error == QNetworkReply::HostNotFoundError) {
+        // Whatever page the view has tried to load, it came from the same dead network. A later load shows it
+        // again.
+        LauncherContext::Instance().WebView->setHidden(true);
+        window.Log("Can not locate host, your internet connection may be down");
+    }
+    if (error == QNetworkReply::ContentNotFoundError)
+        window.Log("File not found on server");
+    if (const char* name = NameOf(error))
+        window.Log(name);
+}
+
+void OfferPlayOffline()
+{
+    QPushButton& play = *LauncherContext::Instance().Play;
+    play.setText("Play Offline");
+    play.setEnabled(true);
+}
+} // namespace
+
+void MainWindow::TransferFinished(QtDownload* transfer, int error)
+{
+    finishedTransfers.push_back(transfer);
+    if (error != 0) {
+        LogCause(*this, error);
+        Log("Failed to connect to the server");
+        EndOffline("Failed to connect to server");
+        return;
+    }
+    if (!FileExists(transfer->filePath)) {
+        Log("Failed to write file");
+        EndOffline("Failed to write file");
+        return;
+    }
+
+    if (updateState == UpdateState::FetchingList) {
+        // Pumps events. `transfer` is not used after it, though it is still there: nothing is drained in this
+        // state.
+        const ListResult result = ProcessFileList();
+        if (result == ListResult::Invalid) {
+            EndOffline("List of files is invalid");
+            return;
+        }
+        updateState = UpdateState::DownloadingFiles;
+        LauncherContext::Instance().ProgressBar->setHidden(false);
+        SetProgress(0.0f);
+        if (result == ListResult::Blocked) {
+            updateState = UpdateState::ProcessesBlocking;
+            return;
+        }
+    }
+    // A file that ended well after another one had failed.
+    if (updateState == UpdateState::Offline)
+        OfferPlayOffline();
+}
+
+void MainWindow::EndOffline(const std::string& status)
+{
+    const LauncherContext& context = LauncherContext::Instance();
+    context.StatusText->setText(status.c_str());
+    context.PercentageText->setText("");
+    context.ProgressBar->setHidden(true);
+    SetProgress(0.0f);
+    updateState = UpdateState::Offline;
+    OfferPlayOffline();
+}

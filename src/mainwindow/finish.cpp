@@ -1,0 +1,39 @@
+// The end of a cycle that went well.
+#include <QCoreApplication>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+
+#include "digest/filedigest.h"
+#include "helpers/files.h"
+#include "helpers/text.h"
+#include "mainwindow/mainwindow.h"
+#include "platform/platform.h"
+#include "startup/launchercontext.h"
+#include "startup/strings.h"
+
+void MainWindow::FinishCycle()
+{
+    std::string current = launcherDigest;
+    const std::string path = CurrentDirectory() + "\\" + launcherFileName;
+    if (FileExists(path))
+        current = FileSha256(path);
+
+    if (!Equals(current, launcherDigest)) {
+        Log("Restarting launcher since the .exe file was updated: " + launcherFileName);
+        updateState = UpdateState::Restarting;
+        // Takes effect when this tick has ended; until then the new launcher is on its way already.
+        QCoreApplication::quit();
+        ShellExecuteA(nullptr, "open", launcherFileName.c_str(), "", nullptr, SW_SHOWDEFAULT);
+        return;
+    }
+
+    const LauncherContext& context = LauncherContext::Instance();
+    Log("Game is up to date");
+    context.StatusText->setText("Game is up to date");
+    context.PercentageText->setText("");
+    context.Play->setEnabled(true);
+    updateState = UpdateState::UpToDate;
+    context.ProgressBar->setHidden(true);
+    SetProgress(0.0f);
+}

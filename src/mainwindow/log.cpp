@@ -1,0 +1,50 @@
+// The running record on the "Log" tab: in memory only, newest line on top.
+#include <QStringListModel>
+
+#include "helpers/numbers.h"
+#include "mainwindow/mainwindow.h"
+#include "platform/platform.h"
+#include "startup/steadyclock.h"
+
+namespace {
+constexpr double SecondsBetweenFlushes = 0.2;
+
+std::string TwoDigits(std::int32_t value)
+{
+    const std::string digits = IntText(value);
+    return digits.size() < 2 ? "0" + digits : digits;
+}
+} // namespace
+
+std::string TimeOfDayText()
+{
+    const __time64_t now = _time64(nullptr);
+    std::tm local = {};
+    _localtime64_s(&local, &now);
+    return TwoDigits(local.tm_hour) + ":" + TwoDigits(local.tm_min) + ":" + TwoDigits(local.tm_sec);
+}
+
+void MainWindow::Log(std::string message)
+{
+    pendingLogLines.push_back("[" + TimeOfDayText() + "] " + message);
+}
+
+void MainWindow::FlushLog(bool force)
+{
+    const SteadyClock& clock = SteadyClock::Instance();
+    if (lastLogCheck == 0.0)
+        lastLogCheck = clock.Seconds();
+    const double now = clock.Seconds();
+    logElapsed += now - lastLogCheck;
+    lastLogCheck = now;
+    if (!(logElapsed > SecondsBetweenFlushes) && !force)
+        return;
+
+    for (const std::string& line : pendingLogLines) {
+        logModel->insertRow(0, QModelIndex());
+        logModel->setData(logModel->index(0, 0, QModelIndex()), QVariant(QString(line.c_str())),
+                          Qt::EditRole);
+    }
+    pendingLogLines.clear();
+    logElapsed = 0.0;
+}

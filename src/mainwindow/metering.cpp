@@ -1,0 +1,54 @@
+// How much has arrived, how fast and of how much, while files are transferred.
+#include <QLabel>
+
+#include "helpers/numbers.h"
+#include "helpers/text.h"
+#include "mainwindow/mainwindow.h"
+#include "mainwindow/speedmeter.h"
+#include "mainwindow/wrapping.h"
+#include "qtdownload/qtdownload.h"
+#include "startup/launchercontext.h"
+
+namespace {
+constexpr std::int32_t BytesPerMegabyte = 1024 * 1024;
+constexpr std::int32_t KilobytesPerMegabyte = 1024;
+
+// "850 KB", or from 1 MB on with at most one decimal, truncated: "1.9 MB".
+std::string SpeedText(std::int32_t rateKB)
+{
+    if (rateKB < KilobytesPerMegabyte)
+        return GroupDigits(IntText(rateKB)) + " KB";
+
+    std::string text = FloatText(static_cast<float>(rateKB * 0.0009765625));
+    const std::size_t point = text.find_first_of(".,");
+    if (point != std::string::npos) {
+        text[point] = '.';
+        text.resize(point + 2);
+    }
+    return text + " MB";
+}
+
+std::string MegabytesText(std::int32_t bytes)
+{
+    return GroupDigits(IntText(bytes / BytesPerMegabyte));
+}
+} // namespace
+
+void MainWindow::TransferProgress(qint64 received, QtDownload* transfer)
+{
+    // Without a meter it is the list that arrives, and after a failure the display stands still.
+    if (!speedMeter || updateState == UpdateState::Offline)
+        return;
+
+    const std::int32_t delta = WrappingSubtract(LowBits(received), transfer->lastReceived);
+    speedMeter->Book(delta);
+    transfer->lastReceived = LowBits(received);
+    receivedBytes = WrappingAdd(receivedBytes, delta);
+
+    const double fraction = totalBytes != 0 ? static_cast<double>(receivedBytes) / totalBytes : 0.0;
+    const std::string text = MegabytesText(speedMeter->meteredBytes) + " / " + MegabytesText(totalBytes) +
+                             " MB downloaded (" + SpeedText(speedMeter->rateKB) + "/s)   " +
+                             PercentText(fraction) + "%";
+    LauncherContext::Instance().PercentageText->setText(text.c_str());
+    SetProgress(static_cast<float>(fraction));
+}

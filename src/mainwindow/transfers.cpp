@@ -1,0 +1,71 @@
+// Turns the entries of the queue into running transfers, and notices that nothing is left to do.
+#include <memory>
+
+#include <QLabel>
+
+#include "helpers/files.h"
+#include "helpers/text.h"
+#include "mainwindow/mainwindow.h"
+#include "mainwindow/speedmeter.h"
+#include "platform/platform.h"
+#include "qtdownload/qtdownload.h"
+#include "startup/launchercontext.h"
+#include "startup/strings.h"
+
+bool filesWereQueued = false;
+bool waitNoticePending = true;
+
+void MainWindow::PumpQueue(const std::string& treeRoot)
+{
+    LauncherContext::Instance().StatusText->setText("Downloading files...");
+    if (!fileQueue.empty())
+        filesWereQueued = true;
+
+    while (transfers.size() < MaxTransfers) {
+        if (fileQueue.empty()) {
+            if (waitNoticePending && filesWereQueued)
+                Log("Waiting for all files to finish downloading");
+            waitNoticePending = false;
+            break;
+        }
+        const std::string entry = fileQueue.front();
+        fileQueue.pop_front();
+        StartTransfer(updateServerUrl + entry, treeRoot + "\\" + entry);
+    }
+
+    if (fileQueue.empty() && transfers.empty())
+        FinishCycle();
+}
+
+void MainWindow::StartTransfer(std::string url, std::string localPath)
+{
+    std::string displayName = url;
+    ReplaceAll(displayName, updateServerUrl, "");
+
+    try {
+        if (FileExists(localPath)) {
+            // Logged whether or not the file went: if it stayed, the end of the transfer decides.
+            DeleteFileA(localPath.c_str());
+            Log("Deleted old file: " + displayName);
+        }
+    } catch (...) {
+        // The transfer goes ahead with the old file in place.
+    }
+
+    Log("Downloading file: " + displayName);
+    try {
+        // The list is not metered: the meter comes with the first file.
+        if (!Equals(url, fileListUrl) && !speedMeter)
+            speedMeter = new SpeedMeter;
+        auto transfer = std::make_unique<QtDownload>();
+        transfer->setTransfer(url, localPath);
+        transfer->download();
+        transfers.push_back(transfer.get());
+        transfer.release();
+    } catch (...) {
+        Log("ERROR: Creating the web client went wrong!");
+        // A file is skipped; without the list there is nothing to go on with.
+        if (updateState == UpdateState::FetchingList)
+            EndOffline("Failed to connect to server");
+    }
+}

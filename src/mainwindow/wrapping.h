@@ -1,0 +1,20 @@
+// Arithmetic of the 32-bit byte counters, which wrap at 2 GiB. Signed overflow is undefined, so it goes
+// through unsigned types.
+#pragma once
+
+#include <cstdint>
+
+inline std::int32_t LowBits(std::int64_t value)
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+}
+
+inline std::int32_t WrappingAdd(std::int32_t a, std::int32_t b)
+{
+    return LowBits(std::int64_t{a} + b);
+}
+
+inline std::int32_t WrappingSubtract(std::int32_t a, std::int32_t b)
+{
+    return LowBits(std::int64_t{a} - b);
+}

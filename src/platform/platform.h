@@ -1,0 +1,203 @@
+// The one door to the operating system, and the only header that knows which system this is.
+//
+// The program is written against the Windows calls by their own names. On Windows they come from the system's
+// headers; elsewhere this header declares what the program uses of them, and posix/*.cpp supply it.
+//
+// Paths are Windows paths on every system: both slash kinds are accepted, backslashes are produced. Where there
+// are no drives, an absolute path is the native one with its slashes turned: \home\ada\Game.
+#pragma once
+
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+#ifdef _WIN32
+
+#include <windows.h>
+
+#include <io.h>
+#include <malloc.h>
+#include <psapi.h>
+#include <share.h>
+#include <shellapi.h>
+#include <shobjidl.h>
+
+// The path in the form that Qt and the standard library of this system take.
+inline std::string NativePath(const std::string& path)
+{
+    return path;
+}
+
+// Nothing to mend here: the C library's locale stays "C", and the manifest asks for the UTF-8 code page.
+inline void FixTextConventions()
+{
+}
+
+#else
+
+#include <cstddef>
+#include <cstdint>
+
+// The path in the form that Qt and the standard library of this system take. The calls below apply it themselves.
+std::string NativePath(const std::string& path);
+
+// Fixes numbers as text to the "C" format and the local code page to UTF-8, whatever the user's locale is. The
+// entry point calls it first; call it again after a QApplication was constructed, which puts the user's locale in
+// force.
+void FixTextConventions();
+
+#define WINAPI
+#define STDMETHODCALLTYPE
+
+using BOOL = int;
+using BYTE = unsigned char;
+using DWORD = std::uint32_t;
+using UINT = unsigned int;
+using HRESULT = std::int32_t;
+using LONG_PTR = std::intptr_t;
+using ULONG_PTR = std::uintptr_t;
+using ULONGLONG = unsigned long long;
+using LPSTR = char*;
+using LPCSTR = const char*;
+using HANDLE = void*;
+using HINSTANCE = struct HINSTANCE__*;
+using HMODULE = HINSTANCE;
+using HICON = struct HICON__*;
+using HWND = struct HWND__*;
+
+constexpr BOOL FALSE = 0;
+constexpr BOOL TRUE = 1;
+constexpr std::size_t MAX_PATH = 260;
+
+// --- The entry point, which main() calls ---
+
+int WINAPI WinMain(HINSTANCE instance, HINSTANCE previous, LPSTR commandLine, int showCommand);
+
+// --- Current directory, folders and files ---
+
+// Bytes written without the closing zero, or the size needed with it when the buffer is too small, which is then
+// left as it was; 0 on failure.
+DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer);
+BOOL SetCurrentDirectoryA(LPCSTR path);
+// One folder, whose parent exists. `security` is null.
+BOOL CreateDirectoryA(LPCSTR path, void* security);
+// Overwrites unless `failIfExists`; keeps the execute bit.
+BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists);
+BOOL DeleteFileA(LPCSTR path);
+
+constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
+constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
+constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
+// A link that leads nowhere exists.
+DWORD GetFileAttributesA(LPCSTR path);
+
+struct WIN32_FIND_DATAA
+{
+    DWORD dwFileAttributes;
+    char cFileName[MAX_PATH];
+};
+inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(-1);
+// `pattern` is a directory and "\*.*", which matches every name in it, "." and ".." included. Only files and
+// directories are yielded; a link counts as what it leads to.
+HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data);
+BOOL FindNextFileA(HANDLE find, WIN32_FIND_DATAA* data);
+BOOL FindClose(HANDLE find);
+
+// --- Files through the C library ---
+
+using errno_t = int;
+constexpr int _SH_DENYNO = 0x40;
+// Both fail for a directory, and never wait for the other end of a FIFO or a device.
+errno_t fopen_s(std::FILE** file, LPCSTR path, LPCSTR mode);
+std::FILE* _fsopen(LPCSTR path, LPCSTR mode, int share);
+int _fseeki64(std::FILE* file, std::int64_t offset, int origin);
+std::int64_t _ftelli64(std::FILE* file);
+int _fileno(std::FILE* file);
+// Not 0 if the descriptor leads to a terminal.
+int _isatty(int descriptor);
+
+// --- Memory ---
+
+// `alignment` is a power of two. Null if there is not enough memory. Large blocks lie on huge pages where the
+// system has them, which saves most of the page faults of filling a fresh one.
+void* _aligned_malloc(std::size_t size, std::size_t alignment);
+void _aligned_free(void* block);
+
+struct MEMORYSTATUSEX
+{
+    DWORD dwLength; // set by the caller to the size of the record
+    ULONGLONG ullTotalPhys; // bytes
+    ULONGLONG ullAvailPhys; // bytes that can be had without swapping
+};
+BOOL GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
+
+// --- Processes ---
+
+constexpr DWORD PROCESS_TERMINATE = 0x1;
+constexpr DWORD PROCESS_VM_READ = 0x10;
+constexpr DWORD PROCESS_QUERY_INFORMATION = 0x400;
+DWORD GetCurrentProcessId();
+// `size` and `filled` in bytes; what does not fit is not listed.
+BOOL EnumProcesses(DWORD* processes, DWORD size, DWORD* filled);
+// Null if the process is gone or the access is refused.
+HANDLE OpenProcess(DWORD access, BOOL inheritHandle, DWORD process);
+// Gives the executable, the first module of a process, and no other.
+BOOL EnumProcessModules(HANDLE process, HMODULE* modules, DWORD size, DWORD* needed);
+// The executable's file name, without the mark that the system puts behind a removed one. 0 on failure.
+DWORD GetModuleBaseNameA(HANDLE process, HMODULE module, LPSTR name, DWORD size);
+BOOL TerminateProcess(HANDLE process, UINT exitCode);
+BOOL CloseHandle(HANDLE handle);
+
+// --- Starting programs ---
+
+constexpr int SW_SHOWDEFAULT = 10;
+// A value above 32 only if the program was started. It runs detached, inherits the environment and, without
+// `directory`, the current directory, against which a bare file name is resolved. Sets a missing execute bit.
+// `verb` is "open", and `parameters` is empty: the program gets no arguments.
+HINSTANCE ShellExecuteA(HWND owner, LPCSTR verb, LPCSTR file, LPCSTR parameters, LPCSTR directory, int show);
+
+// --- Messages, icon, taskbar ---
+
+constexpr UINT MB_OK = 0;
+constexpr UINT MB_ICONERROR = 16;
+// Modal; works before any QApplication exists too.
+int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT type);
+
+constexpr int GCLP_HICON = -14;
+inline LPCSTR MAKEINTRESOURCEA(int number)
+{
+    return reinterpret_cast<LPCSTR>(static_cast<ULONG_PTR>(number));
+}
+HMODULE GetModuleHandleA(LPCSTR name);
+HICON LoadIconA(HINSTANCE module, LPCSTR name);
+// Sets the icon of the window with this handle.
+ULONG_PTR SetClassLongPtrA(HWND window, int index, LONG_PTR value);
+
+struct GUID
+{
+    DWORD data1;
+};
+constexpr GUID CLSID_TaskbarList = {0x56FDF344};
+constexpr GUID IID_ITaskbarList3 = {0xEA1AFB91};
+constexpr DWORD CLSCTX_ALL = 23;
+enum TBPFLAG
+{
+    TBPF_NOPROGRESS = 0
+};
+// What the program uses of the taskbar's interface. No such object is ever created here.
+struct ITaskbarList3
+{
+    virtual HRESULT STDMETHODCALLTYPE SetProgressValue(HWND window, ULONGLONG completed, ULONGLONG total) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SetProgressState(HWND window, TBPFLAG flags) = 0;
+};
+// Always fails, and sets `object` to null.
+HRESULT CoCreateInstance(const GUID& classId, void* outer, DWORD context, const GUID& interfaceId, void** object);
+
+// --- Time ---
+
+using __time64_t = std::int64_t;
+__time64_t _time64(__time64_t* time);
+errno_t _localtime64_s(std::tm* local, const __time64_t* time);
+void Sleep(DWORD milliseconds);
+
+#endif

@@ -1,0 +1,96 @@
+// Path form, current directory, and the making and listing of folders.
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+std::string NativePath(const std::string& path)
+{
+    std::string native = path;
+    std::replace(native.begin(), native.end(), '\\', '/');
+    return native;
+}
+
+// Windows gives the length, or the room needed with the closing zero. A folder whose name holds a backslash
+// can't be written as a Windows path, which is a failure.
+DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer)
+{
+    std::error_code error;
+    std::string path = std::filesystem::current_path(error).string();
+    if (error || path.find('\\') != std::string::npos)
+        return 0;
+
+    std::replace(path.begin(), path.end(), '/', '\\');
+    const DWORD length = static_cast<DWORD>(path.size());
+    if (length >= size)
+        return length + 1;
+    std::memcpy(buffer, path.c_str(), length + 1);
+    return length;
+}
+
+// Windows changes nothing if the folder can't be entered, and so does chdir.
+BOOL SetCurrentDirectoryA(LPCSTR path)
+{
+    return chdir(NativePath(path).c_str()) == 0;
+}
+
+// Windows makes one folder, fails for anything that exists, and takes a closing separator: so does mkdir.
+BOOL CreateDirectoryA(LPCSTR path, void* /*security*/)
+{
+    return mkdir(NativePath(path).c_str(), 0777) == 0;
+}
+
+// Windows yields "." and ".." too, and takes any number of separators before the "*.*".
+HANDLE FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data)
+{
+    const std::string native = NativePath(pattern);
+    const std::size_t separator = native.rfind('/');
+    if (native.substr(separator + 1) != "*.*") // npos + 1 is 0
+        return INVALID_HANDLE_VALUE;
+
+    // With its separator, so that the root stays the root.
+    const std::string directory = separator == std::string::npos ? "." : native.substr(0, separator + 1);
+    DIR* stream = opendir(directory.c_str());
+    if (!stream)
+        return INVALID_HANDLE_VALUE;
+    if (!FindNextFileA(stream, data)) {
+        closedir(stream);
+        return INVALID_HANDLE_VALUE;
+    }
+    return stream;
+}
+
+// Windows knows only files and directories. A name that holds a backslash would name another file there, so
+// it is left out, and so is one that does not fit the record.
+BOOL FindNextFileA(HANDLE find, WIN32_FIND_DATAA* data)
+{
+    DIR* stream = static_cast<DIR*>(find);
+    while (const dirent* entry = readdir(stream)) {
+        const std::size_t length = std::strlen(entry->d_name);
+        if (length >= sizeof(data->cFileName) || std::strchr(entry->d_name, '\\'))
+            continue;
+
+        // Only where the listing does not say, or says that it is a link, the disk is asked.
+        unsigned char type = entry->d_type;
+        struct stat status;
+        if ((type == DT_LNK || type == DT_UNKNOWN) && fstatat(dirfd(stream), entry->d_name, &status, 0) == 0)
+            type = IFTODT(status.st_mode);
+        if (type != DT_REG && type != DT_DIR)
+            continue;
+
+        data->dwFileAttributes = type == DT_DIR ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
+        std::memcpy(data->cFileName, entry->d_name, length + 1);
+        return TRUE;
+    }
+    return FALSE;
+}
+
+BOOL FindClose(HANDLE find)
+{
+    return closedir(static_cast<DIR*>(find)) == 0;
+}

@@ -1,0 +1,159 @@
+// Files: copying, deleting, attributes, and opening through the C library.
+#include "platform/platform.h"
+
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+constexpr std::size_t CopyBlock = 1024 * 1024;
+
+// Closes the descriptor with the object.
+struct Descriptor
+{
+    explicit Descriptor(int opened) : number(opened) {}
+    ~Descriptor()
+    {
+        if (number >= 0)
+            close(number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int number;
+};
+
+// O_NONBLOCK: a FIFO would wait for its other end, a device for whatever it likes. It means nothing to a
+// plain file.
+int OpenAtOnce(const std::string& path, int flags)
+{
+    return open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC, 0666);
+}
+
+bool IsFile(int descriptor, struct stat& status)
+{
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool WriteAll(int descriptor, const char* data, std::size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = write(descriptor, data, size);
+        if (written < 0)
+            return false;
+        data += written;
+        size -= static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+bool CopyContent(int from, int to)
+{
+    std::vector<char> block(CopyBlock);
+    for (;;) {
+        const ssize_t got = read(from, block.data(), block.size());
+        if (got <= 0)
+            return got == 0;
+        if (!WriteAll(to, block.data(), static_cast<std::size_t>(got)))
+            return false;
+    }
+}
+} // namespace
+
+// Windows refuses a copy onto the file itself or onto a running executable, and leaves no half copy. The
+// system refuses the running executable here too; the rest is looked at before the destination is cut.
+BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists)
+{
+    const Descriptor source(OpenAtOnce(NativePath(from), O_RDONLY));
+    struct stat sourceStatus;
+    if (source.number < 0 || !IsFile(source.number, sourceStatus))
+        return FALSE;
+
+    const std::string destinationPath = NativePath(to);
+    Descriptor destination(OpenAtOnce(destinationPath, O_WRONLY | O_CREAT | (failIfExists ? O_EXCL : 0)));
+    struct stat status;
+    if (destination.number < 0 || !IsFile(destination.number, status) ||
+        (status.st_dev == sourceStatus.st_dev && status.st_ino == sourceStatus.st_ino))
+        return FALSE;
+
+    bool copied = ftruncate(destination.number, 0) == 0 && CopyContent(source.number, destination.number);
+    // A disk without modes refuses this; the copy is whole all the same.
+    static_cast<void>(fchmod(destination.number, sourceStatus.st_mode & 0777));
+    // Some disks report a failed write only now.
+    copied = close(std::exchange(destination.number, -1)) == 0 && copied;
+    if (!copied)
+        unlink(destinationPath.c_str());
+    return copied;
+}
+
+// Windows refuses directories, and links to directories with them; of a link to a file the link goes.
+BOOL DeleteFileA(LPCSTR path)
+{
+    const std::string native = NativePath(path);
+    struct stat status;
+    if (stat(native.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+        return FALSE;
+    return unlink(native.c_str()) == 0;
+}
+
+// Windows gives the link's own attributes, among them whether it was made for a directory: the target says
+// that here, and a link without one is still there.
+DWORD GetFileAttributesA(LPCSTR path)
+{
+    const std::string native = NativePath(path);
+    struct stat status;
+    if (stat(native.c_str(), &status) != 0 && lstat(native.c_str(), &status) != 0)
+        return INVALID_FILE_ATTRIBUTES;
+    return S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
+}
+
+// Windows fails for a directory, where open would not, and knows no FIFO that could keep it waiting.
+errno_t fopen_s(std::FILE** file, LPCSTR path, LPCSTR mode)
+{
+    *file = nullptr;
+    if (mode[0] != 'r')
+        return EINVAL; // the program only reads this way
+
+    Descriptor descriptor(OpenAtOnce(NativePath(path), O_RDONLY));
+    if (descriptor.number < 0)
+        return errno;
+    struct stat status;
+    if (!IsFile(descriptor.number, status))
+        return EACCES;
+    *file = fdopen(descriptor.number, "r");
+    if (!*file)
+        return errno;
+    descriptor.number = -1;
+    return 0;
+}
+
+std::FILE* _fsopen(LPCSTR path, LPCSTR mode, int /*share*/)
+{
+    std::FILE* file = nullptr;
+    fopen_s(&file, path, mode);
+    return file;
+}
+
+int _fseeki64(std::FILE* file, std::int64_t offset, int origin)
+{
+    return fseeko(file, offset, origin);
+}
+
+std::int64_t _ftelli64(std::FILE* file)
+{
+    return ftello(file);
+}
+
+int _fileno(std::FILE* file)
+{
+    return fileno(file);
+}
+
+int _isatty(int descriptor)
+{
+    return isatty(descriptor);
+}

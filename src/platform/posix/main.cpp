@@ -1,0 +1,9 @@
+// Where the system starts the program: on to the entry point that the program has on Windows.
+#include "platform/platform.h"
+
+int main()
+{
+    FixTextConventions();
+    char commandLine[] = "";
+    return WinMain(nullptr, nullptr, commandLine, SW_SHOWDEFAULT);
+}

@@ -1,0 +1,43 @@
+// Starting programs.
+#include "platform/platform.h"
+
+#include <filesystem>
+
+#include <QProcess>
+#include <QString>
+
+namespace {
+// Below 33, as every failure. Windows tells more kinds apart; the program does not.
+constexpr ULONG_PTR FileNotFound = 2;
+constexpr ULONG_PTR AccessDenied = 5;
+constexpr ULONG_PTR Started = 33;
+
+HINSTANCE Result(ULONG_PTR code)
+{
+    return reinterpret_cast<HINSTANCE>(code);
+}
+} // namespace
+
+// Windows resolves the name against the current directory and waits for nothing. Whether a file is a program
+// is not a matter of its mode there: a file that has just been fetched has no execute bit yet, and gets it
+// here.
+HINSTANCE ShellExecuteA(HWND /*owner*/, LPCSTR /*verb*/, LPCSTR file, LPCSTR /*parameters*/, LPCSTR directory,
+                        int /*show*/)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    // A whole path, so that no search for a bare name takes place.
+    const fs::path program = fs::absolute(NativePath(file), error);
+    const fs::file_status status = fs::status(program, error);
+    if (!fs::is_regular_file(status))
+        return Result(FileNotFound);
+
+    constexpr fs::perms Execute = fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec;
+    if ((status.permissions() & fs::perms::owner_exec) == fs::perms::none)
+        fs::permissions(program, Execute, fs::perm_options::add, error); // if not, the start says so
+
+    const QString folder = directory ? QString::fromStdString(NativePath(directory)) : QString();
+    const bool started =
+        QProcess::startDetached(QString::fromStdString(program.string()), QStringList(), folder);
+    return Result(started ? Started : AccessDenied);
+}

@@ -1,0 +1,25 @@
+#include "processes/gameprocess.h"
+
+#include "helpers/text.h"
+#include "processes/processname.h"
+
+namespace {
+// The game's servers bear its name too, and never count.
+bool IsServer(const std::string& loweredName)
+{
+    return Contains(loweredName, "lobbyserver") || Contains(loweredName, "loginserver");
+}
+} // namespace
+
+bool IsGameProcessRunning(std::string name)
+{
+    const DWORD ownProcess = GetCurrentProcessId();
+    ToLower(name);
+    for (const DWORD process : RunningProcesses()) {
+        std::string processName = ProcessName(process);
+        ToLower(processName);
+        if (!IsServer(processName) && Contains(processName, name) && process != ownProcess)
+            return true;
+    }
+    return false;
+}

@@ -1,0 +1,16 @@
+// The process table as this program reads it: the first 1024 identifiers, and names without folders.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/platform.h"
+
+// Identifiers of the running processes, in the system's order, without identifier 0; at most 1024. Empty if the
+// table could not be read.
+std::vector<DWORD> RunningProcesses();
+
+// The file name of the process's executable exactly as the system gives it, or "<unknown>" (UnknownProcessName) for
+// a process that can't be opened or read.
+std::string ProcessName(DWORD process);
+extern const char* const UnknownProcessName;

@@ -1,0 +1,83 @@
+#include "qtdownload/qtdownload.h"
+
+#include <QFile>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QUrl>
+
+#include "mainwindow/mainwindow.h"
+#include "platform/platform.h"
+#include "startup/launchercontext.h"
+
+namespace {
+// Qt now and then reports a body that broke off before its announced length as complete. Of a body that it
+// has unpacked on the way it drops the announced length, which was the packed one.
+bool IsCutShort(QNetworkReply& reply)
+{
+    const QVariant announced = reply.header(QNetworkRequest::ContentLengthHeader);
+    return announced.isValid() && reply.bytesAvailable() < announced.toLongLong();
+}
+} // namespace
+
+QtDownload::QtDownload()
+{
+    connect(&manager, SIGNAL(finished(QNetworkReply*)), this, SLOT(downloadFinished(QNetworkReply*)));
+}
+
+QtDownload::~QtDownload()
+{
+    // Destroying a running request can end it, which must not be reported any more.
+    manager.disconnect(this);
+    if (reply) {
+        reply->disconnect(this);
+        delete reply;
+        reply = nullptr;
+    }
+}
+
+void QtDownload::setTransfer(const std::string& url, const std::string& path)
+{
+    lastReceived = 0;
+    this->url = url.c_str();
+    target = NativePath(path).c_str();
+    filePath = path;
+}
+
+void QtDownload::download()
+{
+    const QUrl address = QUrl::fromEncoded(url.toLocal8Bit(), QUrl::TolerantMode);
+    reply = manager.get(QNetworkRequest(address));
+    connect(reply, SIGNAL(downloadProgress(qint64, qint64)), this, SLOT(downloadProgress(qint64, qint64)));
+}
+
+void QtDownload::downloadFinished(QNetworkReply* data)
+{
+    MainWindow& window = *LauncherContext::Instance().window;
+    if (data != reply)
+        window.Log("ERROR: QtDownload::downloadFinished, not same as reply");
+
+    int error = reply->error();
+    if (error == QNetworkReply::NoError && IsCutShort(*data))
+        error = QNetworkReply::RemoteHostClosedError;
+    if (error == QNetworkReply::NoError) {
+        QFile file(target);
+        if (file.open(QIODevice::WriteOnly)) {
+            // The result is dropped: a short write shows in the digest on the next start.
+            file.write(data->readAll());
+            file.close();
+        } else {
+            window.Log("ERROR: Could not save the file, admin permission might be needed: " + filePath);
+            error = QNetworkReply::UnknownContentError;
+        }
+    }
+
+    // Not deleted at once: this slot runs inside a signal of the reply's manager.
+    reply->deleteLater();
+    reply = nullptr;
+    window.TransferFinished(this, error);
+}
+
+void QtDownload::downloadProgress(qint64 recieved, qint64)
+{
+    LauncherContext::Instance().window->TransferProgress(recieved, this);
+}

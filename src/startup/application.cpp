@@ -1,0 +1,57 @@
+#include "startup/application.h"
+
+#include <QApplication>
+#include <QPalette>
+#include <QStyleFactory>
+
+#include "mainwindow/mainwindow.h"
+#include "platform/platform.h"
+#include "startup/launchercontext.h"
+
+namespace {
+QPalette DarkPalette()
+{
+    QPalette palette;
+    palette.setColor(QPalette::All, QPalette::Window, QColor(53, 53, 53));
+    palette.setColor(QPalette::All, QPalette::WindowText, Qt::white);
+    palette.setColor(QPalette::All, QPalette::Base, QColor(25, 25, 25));
+    palette.setColor(QPalette::All, QPalette::AlternateBase, QColor(53, 53, 53));
+    palette.setColor(QPalette::All, QPalette::ToolTipBase, Qt::white);
+    palette.setColor(QPalette::All, QPalette::ToolTipText, Qt::white);
+    palette.setColor(QPalette::All, QPalette::Text, Qt::white);
+    palette.setColor(QPalette::All, QPalette::BrightText, Qt::red);
+    palette.setColor(QPalette::All, QPalette::Link, QColor(42, 130, 218));
+    palette.setColor(QPalette::All, QPalette::Highlight, QColor(42, 130, 218));
+    palette.setColor(QPalette::All, QPalette::HighlightedText, Qt::black);
+    palette.setColor(QPalette::All, QPalette::Button, QColor(53, 53, 53));
+    palette.setColor(QPalette::All, QPalette::ButtonText, Qt::white);
+    // Behind the rows for all groups, which write this group too.
+    palette.setColor(QPalette::Disabled, QPalette::Button, QColor(120, 120, 120));
+    palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(200, 200, 200));
+    return palette;
+}
+} // namespace
+
+void RunApplication(LauncherContext& context)
+{
+    // Qt keeps a reference to the count, so it outlives the application. No command line reaches Qt.
+    int argumentCount = 0;
+    context.application = new QApplication(argumentCount, nullptr);
+    FixTextConventions();
+    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    QApplication::setPalette(DarkPalette());
+    context.application->setStyleSheet(
+        "QToolTip { color: #ffffff; background-color: #2a82da; border: 1px solid white; } "
+        "QProgressBar::chunk { width: 1.0px; }");
+
+    context.window = new MainWindow;
+    context.window->show();
+    QApplication::exec();
+
+    // In this order: the flag stands before the window's destructor runs, and the window goes first.
+    context.closing = true;
+    delete context.window;
+    context.window = nullptr;
+    delete context.application;
+    context.application = nullptr;
+}

@@ -1,0 +1,46 @@
+#include "startup/relay.h"
+
+#include <vector>
+
+#include "helpers/files.h"
+#include "helpers/text.h"
+#include "platform/platform.h"
+#include "startup/strings.h"
+#include "startup/temporaryfolders.h"
+
+namespace {
+// Copies the plain files that stand directly in `from` into the existing folder `to`.
+void CopyPlainFiles(const std::string& from, const std::string& to)
+{
+    std::vector<std::string> files;
+    ListDirectory(from, files, false);
+    for (const std::string& file : files) {
+        std::string rest = file;
+        ReplaceAll(rest, from, "");
+        CopyFileA(file.c_str(), (to + rest).c_str(), FALSE);
+    }
+}
+} // namespace
+
+void Relay(const std::string& currentDirectory)
+{
+    RemoveTemporaryFolders();
+
+    int number = 1;
+    while (PathExists(TemporaryFolderName(number)))
+        ++number;
+    const std::string folder = TemporaryFolderName(number);
+
+    CreateDirectoryA(folder.c_str(), nullptr);
+    CopyPlainFiles(currentDirectory, currentDirectory + "\\" + folder);
+
+    // Qt looks for its platform plugin here.
+    const std::string plugins = "\\platforms";
+    CreateDirectoryA((folder + plugins).c_str(), nullptr);
+    CopyPlainFiles(currentDirectory + plugins, currentDirectory + "\\" + folder + plugins);
+
+    // The copy inherits this directory, and knows by it what kind of run it is.
+    const std::string temporaryPath = currentDirectory + "\\" + folder + "\\";
+    SetCurrentDirectoryA(temporaryPath.c_str());
+    ShellExecuteA(nullptr, "open", (temporaryPath + launcherFileName).c_str(), "", nullptr, SW_SHOWDEFAULT);
+}

@@ -1,0 +1,10 @@
+// The installed run: the launcher copies itself into a temporary folder and starts the copy, so that nothing
+// of the installed launcher is in use while an update replaces it.
+#pragma once
+
+#include <string>
+
+// Clears old temporary folders, copies the plain files of the current directory and of its "platforms" folder
+// into a new one, makes that the current directory and starts the copy there. `currentDirectory` is the
+// current directory. Failures stop nothing and show nothing.
+void Relay(const std::string& currentDirectory);

@@ -1,0 +1,23 @@
+#include "startup/staleinstances.h"
+
+#include "helpers/text.h"
+#include "platform/platform.h"
+#include "processes/processname.h"
+
+void TerminateOtherInstances()
+{
+    const DWORD self = GetCurrentProcessId();
+    const std::string ownName = ProcessName(self);
+    // Otherwise every process that can't be read would bear the same name.
+    if (Equals(ownName, UnknownProcessName))
+        return;
+
+    for (const DWORD process : RunningProcesses()) {
+        if (process == self || !Equals(ProcessName(process), ownName))
+            continue;
+        if (const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process)) {
+            TerminateProcess(handle, 0); // a refusal leaves that process running
+            CloseHandle(handle);
+        }
+    }
+}

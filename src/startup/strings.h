@@ -1,0 +1,23 @@
+// The process-wide strings, initialised before the entry point runs.
+#pragma once
+
+#include <string>
+
+// Base of every file transfer, with the closing slash. Plain HTTP. Tests point it at a server of their own,
+// and `fileListUrl` with it.
+extern std::string updateServerUrl;
+extern std::string fileListUrl;
+extern std::string patchNotesUrl;
+
+// Prefix of the local copy of the file list, relative to the launcher's folder.
+extern const std::string parentPrefix;
+
+// Name of the temporary folders, before their number. A path that holds it is never touched by an update.
+extern const std::string tempFolderStem;
+
+// Digest of the installed executable when the window opened; empty before that. If it differs at the end of
+// the cycle, the launcher restarts.
+extern std::string launcherDigest;
+
+// File name of the executable, as it is installed, copied and started.
+extern const std::string launcherFileName;

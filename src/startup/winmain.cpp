@@ -1,0 +1,53 @@
+// The entry point. Every start is one of two kinds of run, told apart by the current directory alone: the
+// installed run relays to a temporary copy, and the temporary run opens the window.
+
+#include "helpers/files.h"
+#include "helpers/text.h"
+#include "platform/platform.h"
+#include "startup/application.h"
+#include "startup/launchercontext.h"
+#include "startup/relay.h"
+#include "startup/staleinstances.h"
+#include "startup/steadyclock.h"
+#include "startup/strings.h"
+
+namespace {
+void ShowMessageBox(std::string text)
+{
+    MessageBoxA(nullptr, text.c_str(), text.c_str(), MB_OK);
+}
+
+void ShowWrongDirectory(const std::string& directory)
+{
+    ShowMessageBox(
+        "TessaloomLauncher was not started in a correct directory, it should be started in: "
+        "Game/TessaloomLauncher/Release. It was started in:\n" +
+        directory);
+}
+} // namespace
+
+int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int)
+{
+    const std::string currentDirectory = CurrentDirectory();
+    if (currentDirectory.empty()) {
+        ShowWrongDirectory("(a folder whose path has 260 characters or more, or cannot be read)");
+        return 0;
+    }
+
+    if (!Contains(currentDirectory, tempFolderStem)) {
+        Relay(currentDirectory);
+        return 0;
+    }
+
+    if (!Contains(currentDirectory, "Game/TessaloomLauncher/Release") &&
+        !Contains(currentDirectory, "Game\\TessaloomLauncher\\Release")) {
+        ShowWrongDirectory(currentDirectory);
+        return 0;
+    }
+
+    TerminateOtherInstances();
+    SteadyClock::Instance();
+    RunApplication(LauncherContext::Instance());
+    SteadyClock::Release();
+    return 0;
+}
