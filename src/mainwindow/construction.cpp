@@ -64,6 +64,8 @@ MainWindow::MainWindow()
     logModel = new QStringListModel(this);
     ui->LogListView->setModel(logModel);
     ui->LogListView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // A hundred rows a round of the event loop: measuring a long log in one go would hold it for seconds.
+    ui->LogListView->setLayoutMode(QListView::Batched);
 
     FillContext(*ui);
 

@@ -40,10 +40,13 @@ void MainWindow::FlushLog(bool force)
     if (!(logElapsed > SecondsBetweenFlushes) && !force)
         return;
 
-    for (const std::string& line : pendingLogLines) {
-        logModel->insertRow(0, QModelIndex());
-        logModel->setData(logModel->index(0, 0, QModelIndex()), QVariant(QString(line.c_str())),
-                          Qt::EditRole);
+    // All rows at once and then their texts, newest on top: a row at a time costs the view twice as much.
+    const auto count = static_cast<int>(pendingLogLines.size());
+    if (count > 0)
+        logModel->insertRows(0, count, QModelIndex());
+    for (int row = 0; row < count; ++row) {
+        const std::string& line = pendingLogLines[static_cast<std::size_t>(count - 1 - row)];
+        logModel->setData(logModel->index(row, 0, QModelIndex()), QVariant(QString(line.c_str())), Qt::EditRole);
     }
     pendingLogLines.clear();
     logElapsed = 0.0;

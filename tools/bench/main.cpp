@@ -1,0 +1,199 @@
+// The launcher's side of ./bench: runs one of its pieces on real files and prints what it took.
+//
+// Each command prints "name value" lines; times are seconds of wall time without the program's own start.
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <QApplication>
+#include <QLabel>
+#include <QTabWidget>
+
+#include "digest/filedigest.h"
+#include "digest/sha256.h"
+#include "digest/sha256_blocks.h"
+#include "form/mainwindowform.h"
+#include "helpers/files.h"
+#include "mainwindow/mainwindow.h"
+#include "platform/platform.h"
+#include "startup/launchercontext.h"
+#include "startup/strings.h"
+
+namespace {
+double Now()
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+void Print(const char* name, double value)
+{
+    std::printf("%s %.4f\n", name, value);
+}
+
+// Most memory that the process has held, in bytes; 0 where the system does not tell in this way.
+double PeakMemory()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.compare(0, 6, "VmHWM:") == 0)
+            return std::atof(line.c_str() + 6) * 1024;
+    }
+    return 0;
+}
+
+std::vector<std::string> FilesIn(const std::string& folder)
+{
+    std::vector<std::string> files;
+    ListDirectory(folder, files, true);
+    return files;
+}
+
+int Digest(const std::string& folder)
+{
+    const std::vector<std::string> files = FilesIn(folder);
+    const double start = Now();
+    std::size_t digested = 0;
+    for (const std::string& file : files)
+        digested += FileSha256(file).size() == 64;
+    Print("seconds", Now() - start);
+    return !files.empty() && digested == files.size() ? 0 : 1;
+}
+
+// The block function that every processor can run, over the same files.
+int PlainDigest(const std::string& folder)
+{
+    const double start = Now();
+    for (const std::string& file : FilesIn(folder)) {
+        std::int64_t size = 0;
+        const std::uint8_t* bytes = ReadWholeFile(file, size);
+        if (size < 0)
+            return 1;
+        auto state = Sha256Context::InitialState;
+        Sha256BlocksPlain(state.data(), bytes, static_cast<std::size_t>(size) / 64);
+    }
+    Print("seconds", Now() - start);
+    return 0;
+}
+
+// The window in an installed tree, which stands as after a start of its temporary copy.
+MainWindow& Open(const std::string& root)
+{
+    SetCurrentDirectoryA((root + "/Game/TessaloomLauncher/Release/" + tempFolderStem + "1").c_str());
+    auto* const window = new MainWindow;
+    window->gameProcessRunning = false;
+    LauncherContext::Instance().window = window;
+    window->show();
+    return *window;
+}
+
+int Start(const std::string& root)
+{
+    Open(root);
+    const double start = Now();
+    while (updateState < UpdateState::UpToDate)
+        QCoreApplication::processEvents();
+    Print("seconds", Now() - start);
+    Print("peak", PeakMemory());
+    return updateState == UpdateState::UpToDate ? 0 : 1;
+}
+
+// The list processing alone, with the list already in its place.
+int List(const std::string& root)
+{
+    MainWindow& window = Open(root);
+    updateState = UpdateState::FetchingList;
+    const double start = Now();
+    const ListResult result = window.ProcessFileList();
+    Print("seconds", Now() - start);
+    Print("peak", PeakMemory());
+    return result == ListResult::Complete && window.fileQueue.empty() ? 0 : 1;
+}
+
+// Lines arrive by the hundred between two rounds of the event loop, as from a long pass, with the log tab in
+// front.
+int Log(const std::string& root, int lines)
+{
+    MainWindow& window = Open(root);
+    updateState = UpdateState::Offline;
+    window.ui->TabControl->setCurrentWidget(window.ui->LogTabItem);
+    for (const double settled = Now() + 1; Now() < settled;)
+        QCoreApplication::processEvents();
+
+    double longestRound = 0;
+    double longestFlush = 0;
+    const double start = Now();
+    for (int line = 0; line < lines || !window.pendingLogLines.empty();) {
+        for (int i = 0; i < 100 && line < lines; ++i, ++line)
+            window.Log("Deleted file: Game\\data\\some folder\\file number " + std::to_string(line) + ".dat");
+        const double flush = Now();
+        window.FlushLog(false);
+        longestFlush = std::max(longestFlush, Now() - flush);
+        const double round = Now();
+        QCoreApplication::processEvents();
+        longestRound = std::max(longestRound, Now() - round);
+    }
+    Print("seconds", Now() - start);
+    Print("longest_flush", longestFlush);
+    Print("longest_round", longestRound);
+
+    // And all at once, as when a pass without a pump has gathered them.
+    for (int line = 0; line < lines; ++line)
+        window.Log("Deleted file: Game\\data\\some folder\\file number " + std::to_string(line) + ".dat");
+    const double burst = Now();
+    window.FlushLog(true);
+    Print("burst_flush", Now() - burst);
+    const double round = Now();
+    QCoreApplication::processEvents();
+    Print("burst_round", Now() - round);
+    return 0;
+}
+
+// Share of one processor that the window uses when all is done.
+int Idle(const std::string& root)
+{
+    Open(root);
+    updateState = UpdateState::UpToDate;
+    for (const double settled = Now() + 2; Now() < settled;)
+        QCoreApplication::processEvents();
+    const std::clock_t used = std::clock();
+    const double start = Now();
+    while (Now() - start < 5)
+        QCoreApplication::processEvents();
+    Print("processor", static_cast<double>(std::clock() - used) / CLOCKS_PER_SEC / (Now() - start));
+    return 0;
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    FixTextConventions();
+    const std::string command = argc > 1 ? argv[1] : "";
+    const std::string folder = argc > 2 ? argv[2] : "";
+    if (command == "digest")
+        return Digest(folder);
+    if (command == "plain-digest")
+        return PlainDigest(folder);
+
+    int count = 0;
+    QApplication application(count, nullptr);
+    FixTextConventions();
+    patchNotesUrl = "about:blank";
+    if (argc > 3 && command == "start") {
+        updateServerUrl = argv[3];
+        fileListUrl = updateServerUrl + "List.txt";
+        return Start(folder);
+    }
+    if (command == "list")
+        return List(folder);
+    if (argc > 3 && command == "log")
+        return Log(folder, std::atoi(argv[3]));
+    if (command == "idle")
+        return Idle(folder);
+    std::fputs("launcher_bench digest|plain-digest FOLDER, start TREE URL, list|idle TREE, log TREE LINES\n",
+               stderr);
+    return 2;
+}
