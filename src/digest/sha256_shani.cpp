@@ -10,6 +10,10 @@
 // fast as one digest can be. The schedule of the coming message words is therefore spread between the rounds,
 // where it costs nothing, and everything stays in registers.
 namespace {
+// Bytes, about a microsecond of hashing. The processor's own look-ahead stops at each page's end, which costs
+// a quarter of the speed on a buffer larger than the caches. A prefetch past the end of the data is ignored.
+constexpr std::ptrdiff_t PrefetchDistance = 2048;
+
 inline __m128i Load(const std::uint8_t* bytes)
 {
     const __m128i bigEndian = _mm_set_epi64x(0x0c0d0e0f08090a0b, 0x0405060700010203);
@@ -43,6 +47,7 @@ void Blocks(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count)
     __m128i cdgh = _mm_blend_epi16(hgfe, badc, 0xf0);
 
     for (; count > 0; --count, blocks += 64) {
+        _mm_prefetch(reinterpret_cast<const char*>(blocks) + PrefetchDistance, _MM_HINT_T0);
         const __m128i abefBefore = abef;
         const __m128i cdghBefore = cdgh;
 

@@ -8,6 +8,19 @@
 #include "mainwindow/wrapping.h"
 #include "platform/platform.h"
 
+namespace {
+constexpr int UsedFields = 4; // of a record
+
+// The line up to its last field that counts. Behind it, a line of some megabytes can hold as many others.
+std::string UsedPart(const std::string& line)
+{
+    std::size_t end = line.find('#');
+    for (int fields = 1; fields < UsedFields && end != std::string::npos; ++fields)
+        end = line.find('#', end + 1);
+    return line.substr(0, end);
+}
+} // namespace
+
 void ReadListLines(std::vector<std::string>& lines, const std::string& path)
 {
     // In binary mode, and CR LF taken here: text mode would read differently on each system, and on Windows
@@ -36,7 +49,7 @@ bool ParseFileList(const std::vector<std::string>& lines, ContentList& content)
     std::vector<std::string> fields;
     for (const std::string& line : lines) {
         fields.clear();
-        SplitString(line, "#", fields);
+        SplitString(UsedPart(line), "#", fields);
         if (Equals(fields[0], "D")) {
             if (fields.size() < 2 || !StaysInTree(fields[1]))
                 return false;

@@ -31,9 +31,12 @@ bool IsDevice(const std::string& component)
         if (Equals(stem, device))
             return true;
     }
-    const std::string port = stem.substr(0, 3);
-    return stem.size() == 4 && (Equals(port, "com") || Equals(port, "lpt")) && stem[3] >= '0' &&
-           stem[3] <= '9';
+    if (!Equals(stem.substr(0, 3), "com") && !Equals(stem.substr(0, 3), "lpt"))
+        return false;
+    const std::string number = stem.substr(3);
+    // The raised digits 1 to 3 count as digits there.
+    return (number.size() == 1 && number[0] >= '0' && number[0] <= '9') ||
+           ListContains({"\xC2\xB9", "\xC2\xB2", "\xC2\xB3"}, number);
 }
 
 // Comparable form of a path: links resolved, forward slashes, lower case, a closing slash.
@@ -95,12 +98,11 @@ bool StaysInTree(const std::string& path)
     ReplaceAll(rest, "/", "\\");
     if (!rest.empty() && rest.front() == '\\')
         return false;
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find('\\'), rest.size());
-        const std::string component = rest.substr(0, end);
+    for (std::size_t start = 0, end; start < rest.size(); start = end + 1) {
+        end = std::min(rest.find('\\', start), rest.size());
+        const std::string component = rest.substr(start, end - start);
         if (IsDots(component) || IsDevice(component))
             return false;
-        rest.erase(0, end + 1);
     }
     return true;
 }

@@ -79,7 +79,14 @@ int PlainDigest(const std::string& folder)
     return 0;
 }
 
-// The window in an installed tree, which stands as after a start of its temporary copy.
+void Settle()
+{
+    for (const double settled = Now() + 2; Now() < settled;)
+        QCoreApplication::processEvents();
+}
+
+// The window in an installed tree, which stands as after a start of its temporary copy. The web engine has
+// settled, and the cycle has not begun.
 MainWindow& Open(const std::string& root)
 {
     SetCurrentDirectoryA((root + "/Game/TessaloomLauncher/Release/" + tempFolderStem + "1").c_str());
@@ -87,12 +94,15 @@ MainWindow& Open(const std::string& root)
     window->gameProcessRunning = false;
     LauncherContext::Instance().window = window;
     window->show();
+    updateState = UpdateState::Offline;
+    Settle();
     return *window;
 }
 
 int Start(const std::string& root)
 {
     Open(root);
+    updateState = UpdateState::Idle;
     const double start = Now();
     while (updateState < UpdateState::UpToDate)
         QCoreApplication::processEvents();
@@ -118,10 +128,8 @@ int List(const std::string& root)
 int Log(const std::string& root, int lines)
 {
     MainWindow& window = Open(root);
-    updateState = UpdateState::Offline;
     window.ui->TabControl->setCurrentWidget(window.ui->LogTabItem);
-    for (const double settled = Now() + 1; Now() < settled;)
-        QCoreApplication::processEvents();
+    Settle();
 
     double longestRound = 0;
     double longestFlush = 0;
@@ -157,8 +165,6 @@ int Idle(const std::string& root)
 {
     Open(root);
     updateState = UpdateState::UpToDate;
-    for (const double settled = Now() + 2; Now() < settled;)
-        QCoreApplication::processEvents();
     const std::clock_t used = std::clock();
     const double start = Now();
     while (Now() - start < 5)

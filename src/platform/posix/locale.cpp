@@ -9,8 +9,7 @@ void FixTextConventions()
 {
     // Qt turns file names into bytes with this one; by LANG=C every letter outside ASCII would become a "?".
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
-    if (!std::setlocale(LC_ALL, "C.UTF-8"))
-        std::setlocale(LC_ALL, "C");
-    // A decimal comma would change every "%f".
-    std::setlocale(LC_NUMERIC, "C");
+    // A decimal comma would change every "%f", an 8-bit code page what tolower takes for letters.
+    std::setlocale(LC_ALL, "C");
+    std::setlocale(LC_CTYPE, "C.UTF-8"); // for what else asks for the code page; not on every system
 }

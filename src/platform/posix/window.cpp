@@ -50,7 +50,6 @@ HMODULE GetModuleHandleA(LPCSTR /*name*/)
 // The program's icons are Qt resources here, so the handle is just the number.
 HICON LoadIconA(HINSTANCE /*module*/, LPCSTR name)
 {
-    Q_INIT_RESOURCE(launcher); // a static library's resources are not found by themselves
     const ULONG_PTR number = reinterpret_cast<ULONG_PTR>(name);
     return number == IconNumber && QFile::exists(IconPath()) ? reinterpret_cast<HICON>(number) : nullptr;
 }

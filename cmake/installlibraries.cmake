@@ -1,0 +1,27 @@
+# Part of "cmake --install" of a mingw-w64 build: lays the libraries that `program` needs beside it, and the platform
+# plugin where Qt looks for it. What none of the folders has is the system's own.
+#
+# Set before: `program` and `plugin`, files; `libraryFolders`, a list; `objdump`, the tool that names a file's
+# libraries; `destination`, below the prefix.
+# CMake's GET_RUNTIME_DEPENDENCIES is of no use here: it turns the names to lower case and then does not find them.
+
+cmake_policy(VERSION 3.25)
+set(libraries)
+set(toRead "${program}" "${plugin}")
+while(toRead)
+    list(POP_FRONT toRead file)
+    execute_process(COMMAND ${objdump} -p "${file}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL "DLL Name: [^\n]+" names "${headers}")
+    foreach(name IN LISTS names)
+        string(REPLACE "DLL Name: " "" name "${name}")
+        unset(library)
+        find_file(library "${name}" PATHS ${libraryFolders} NO_CACHE NO_DEFAULT_PATH)
+        if(library AND NOT library IN_LIST libraries)
+            list(APPEND libraries "${library}")
+            list(APPEND toRead "${library}")
+        endif()
+    endforeach()
+endwhile()
+
+file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/${destination}" TYPE SHARED_LIBRARY FILES ${libraries})
+file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/${destination}/platforms" TYPE MODULE FILES "${plugin}")

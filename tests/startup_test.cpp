@@ -1,0 +1,145 @@
+// How a start relays to a temporary copy, ends older launchers and counts time. The processes are real.
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#include "helpers/files.h"
+#include "processes/processname.h"
+#include "startup/launchercontext.h"
+#include "startup/relay.h"
+#include "startup/staleinstances.h"
+#include "startup/steadyclock.h"
+#include "startup/strings.h"
+#include "support/childprocess.h"
+#include "support/temporarytree.h"
+#include "support/testmain.h"
+
+namespace {
+constexpr char ReportVariable[] = "KACHEL_REPORT";
+constexpr char CopiedProgram[] = "KACHEL_COPIED_PROGRAM";
+
+// Every file holds the path at which it stands.
+Tree Standing(const QStringList& paths)
+{
+    Tree tree;
+    for (const QString& path : paths)
+        tree[path.toStdString()] = path.endsWith('/') ? std::string() : path.toStdString();
+    return tree;
+}
+} // namespace
+
+class StartupTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // `#` stands for the stem of the temporary folders. The program to start is there in every row.
+    void relay_data()
+    {
+        QTest::addColumn<QStringList>("spared");
+        QTest::addColumn<QStringList>("removed");
+        QTest::addColumn<int>("number");
+        QTest::addColumn<QStringList>("copied");
+
+        QTest::newRow("plain files of two folders")
+            << QStringList{"libgröße.so",       "with blank.txt", "noextension",         "other/",
+                           "other/data",        "platforms/",     "platforms/plugin.so", "platforms/deep/",
+                           "platforms/deep/too"}
+            << QStringList{} << 1
+            << QStringList{"libgröße.so", "with blank.txt", "noextension", "platforms/plugin.so"};
+        QTest::newRow("gaps, and plain files in the way")
+            << QStringList{"#1", "#2", "#4", "#11/", "#11/old"}
+            << QStringList{"#3/", "#3/deep/", "#3/deep/old", "#9/", "#10/", "#10/old"} << 3
+            << QStringList{"#1", "#2", "#4"};
+        QTest::newRow("beyond ten") << QStringList{"#1", "#2", "#3",  "#4",   "#5",      "#6", "#7",
+                                                   "#8", "#9", "#10", "#11/", "#11/old", "#/", "#02/"}
+                                    << QStringList{} << 12 << QStringList{"#1", "#2", "#3", "#4", "#5",
+                                                                          "#6", "#7", "#8", "#9", "#10"};
+    }
+    void relay()
+    {
+        QFETCH(QStringList, spared);
+        QFETCH(QStringList, removed);
+        QFETCH(int, number);
+        QFETCH(QStringList, copied);
+        for (QStringList* paths : {&spared, &removed, &copied})
+            paths->replaceInStrings("#", QString::fromStdString(tempFolderStem));
+        const TemporaryTree tree;
+        const TemporaryTree reports;
+        const std::string report = reports.Path("report");
+        qputenv(ReportVariable, QByteArray::fromStdString(report));
+        QVERIFY(WriteTree(tree.Root(), Standing(spared + removed)));
+        QVERIFY(CopyChildProgram(tree.Path(launcherFileName)));
+        const std::string program = ReadFile(tree.Path(launcherFileName));
+
+        const std::string folder = tempFolderStem + std::to_string(number);
+        Tree expected = Standing(spared);
+        expected[folder + "/"];
+        expected[folder + "/platforms/"];
+        for (const auto& [path, content] : Standing(copied))
+            expected[folder + "/" + path] = content;
+        for (const std::string& path : {launcherFileName, folder + "/" + launcherFileName})
+            expected[path] = program;
+
+        const QString directory = QDir::currentPath();
+        QDir::setCurrent(QString::fromStdString(tree.Root()));
+        Relay(CurrentDirectory());
+        const QString endedIn = QDir::currentPath();
+        QDir::setCurrent(directory);
+
+        const Tree result = TreeOf(tree.Root());
+        QVERIFY2(result == expected, Readable(result).c_str());
+        QCOMPARE(endedIn, QString::fromStdString(tree.Path(folder)));
+        // The copy runs in its own folder and gets no arguments.
+        QTRY_VERIFY(PathExists(report));
+        const std::string startedIn = QDir::toNativeSeparators(endedIn).toStdString();
+        QCOMPARE(ReadFile(report).c_str(), (startedIn + "\n0 arguments").c_str());
+        qunsetenv(ReportVariable);
+    }
+
+    // In a process of a name that no other has: a second run of this test is not to be ended.
+    void olderInstances()
+    {
+        const QString self = QCoreApplication::applicationFilePath();
+        if (!qEnvironmentVariableIsSet(CopiedProgram)) {
+            const TemporaryTree tree;
+            const QString copy =
+                QString::fromStdString(tree.Path("kachel " + std::to_string(GetCurrentProcessId()) + ".exe"));
+            QVERIFY(QFile::copy(self, copy));
+            QVERIFY(PassesElsewhere(copy, "olderInstances", CopiedProgram, "1"));
+            return;
+        }
+        const std::string name = QFileInfo(self).fileName().toStdString();
+        const TemporaryTree tree;
+        QVERIFY(WriteTree(tree.Root(), {{"a/", {}}, {"b/", {}}, {"c/", {}}}));
+        ChildProcess same(tree.Path("a/" + name));
+        ChildProcess another(tree.Path("b/x" + name));
+        ChildProcess inCapitals(tree.Path("c/" + QString::fromStdString(name).toUpper().toStdString()));
+        QVERIFY(same.IsRunning() && another.IsRunning() && inCapitals.IsRunning());
+
+        TerminateOtherInstances();
+        QVERIFY(same.WaitForEnd());
+        QTest::qWait(200);
+        QVERIFY(another.IsRunning() && inCapitals.IsRunning());
+    }
+
+    void clockAndContext()
+    {
+        const SteadyClock& clock = SteadyClock::Instance();
+        const double before = clock.Seconds();
+        QTest::qSleep(100);
+        const double elapsed = clock.Seconds() - before;
+        QVERIFY2(elapsed >= 0.09 && elapsed < 10, qPrintable(QString::number(elapsed)));
+        QCOMPARE(&SteadyClock::Instance(), &clock);
+        SteadyClock::Release();
+        SteadyClock::Release();
+        QVERIFY(SteadyClock::Instance().Seconds() < 0.1);
+
+        LauncherContext& context = LauncherContext::Instance();
+        QVERIFY(!context.closing && !context.window);
+        QCOMPARE(&LauncherContext::Instance(), &context);
+    }
+};
+
+LAUNCHER_TEST_MAIN(StartupTest)
+#include "startup_test.moc"

@@ -1,0 +1,22 @@
+#include "support/childprocess.h"
+
+#include <QFile>
+
+bool CopyChildProgram(const std::string& path)
+{
+    return QFile::copy(QString::fromUtf8(TEST_CHILD), QString::fromStdString(path));
+}
+
+ChildProcess::ChildProcess(const std::string& path)
+{
+    if (!CopyChildProgram(path))
+        return;
+    process.start(QString::fromStdString(path), QStringList());
+    process.waitForStarted();
+}
+
+ChildProcess::~ChildProcess()
+{
+    process.kill();
+    process.waitForFinished();
+}

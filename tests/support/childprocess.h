@@ -1,0 +1,37 @@
+// A real process to look at: a program that waits, running under any name.
+#pragma once
+
+#include <string>
+
+#include <QProcess>
+
+#include "platform/platform.h"
+
+// Copies the program to `path`, a native one, whose folder exists. False on failure.
+bool CopyChildProgram(const std::string& path);
+
+// Runs from construction on; killed with the object.
+class ChildProcess
+{
+public:
+    // Copies the program to `path` and starts it there; IsRunning() says whether that went well.
+    explicit ChildProcess(const std::string& path);
+    ~ChildProcess();
+
+    bool IsRunning() const
+    {
+        return process.state() == QProcess::Running;
+    }
+    DWORD Id() const
+    {
+        return static_cast<DWORD>(process.processId());
+    }
+    // False if it still runs after some seconds.
+    bool WaitForEnd()
+    {
+        return process.waitForFinished(5000);
+    }
+
+private:
+    QProcess process;
+};

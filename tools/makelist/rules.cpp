@@ -1,0 +1,146 @@
+#include "makelist/rules.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include <QString>
+#include <QUrl>
+
+#include "helpers/paths.h"
+#include "helpers/text.h"
+#include "mainwindow/installedtree.h"
+#include "startup/strings.h"
+
+namespace {
+// From here on a signed 32-bit counter goes wrong.
+constexpr std::int64_t CounterLimit = std::int64_t(1) << 31;
+
+const std::string LauncherFolder = "Game\\TessaloomLauncher\\Release\\";
+const std::string GameFolder = "Game\\Tessaloom\\Code\\Current\\Release\\";
+const std::string ListName = "List.txt";
+
+// The part of the path for which the launcher spares the file, or the empty text.
+std::string SparedFor(const std::string& path)
+{
+    for (const std::string& part : {tempFolderStem, std::string("unins000.exe"), std::string("unins000.dat"),
+                                    std::string("engineLog.txt"), std::string("webBrowserLog.txt")}) {
+        if (Contains(path, part))
+            return part;
+    }
+    return "";
+}
+
+// The list where the publisher writes it, and where the launcher lays its copy.
+bool IsListItself(const std::string& path)
+{
+    return Equals(path, ListName) || Equals(path, "Game\\TessaloomLauncher\\" + ListName);
+}
+
+bool IsInTemporaryFolder(const std::string& path)
+{
+    const std::string start = LauncherFolder + tempFolderStem;
+    const std::size_t end = path.find_first_not_of("0123456789", start.size());
+    return path.compare(0, start.size(), start) == 0 && end != start.size() && end != std::string::npos &&
+           path[end] == '\\';
+}
+
+bool IsAscii(const std::string& text)
+{
+    return std::all_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x80; });
+}
+
+bool HasControlCharacter(const std::string& text)
+{
+    return std::any_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
+}
+
+// True if the address that the launcher makes of the path reaches the server as this path.
+bool SurvivesAsUrl(std::string path)
+{
+    ReplaceAll(path, "\\", "/");
+    const QUrl url = QUrl::fromEncoded(("http://server/" + path).c_str(), QUrl::TolerantMode);
+    return url.path(QUrl::FullyDecoded).toUtf8().toStdString() == "/" + path;
+}
+} // namespace
+
+std::string Remark(std::string path, const std::string& reason)
+{
+    std::replace_if(
+        path.begin(), path.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    return path + ": " + reason;
+}
+
+bool IsLeftOut(const std::string& path)
+{
+    return IsListItself(path) || !SparedFor(path).empty();
+}
+
+void JudgeLeftOut(const std::string& path, Remarks& remarks)
+{
+    const std::string part = SparedFor(path);
+    const std::string name = path.substr(static_cast<std::size_t>(LastBackslash(path) + 1));
+    if (!part.empty() && !Equals(name, part) && !IsInTemporaryFolder(path))
+        remarks.warnings.push_back(Remark(
+            path, "left out, since the launcher takes a path that holds \"" + part + "\" for its own"));
+}
+
+void JudgeName(const std::string& path, Remarks& remarks)
+{
+    const std::string name = path.substr(static_cast<std::size_t>(LastBackslash(path) + 1));
+    if (Contains(name, "#"))
+        remarks.errors.push_back(Remark(path, "a name with \"#\", which separates the fields of a list"));
+    if (HasControlCharacter(name))
+        remarks.errors.push_back(Remark(path, "a name with a line end or another control character"));
+    if (QString::fromUtf8(name.c_str()).toUtf8().toStdString() != name)
+        remarks.errors.push_back(Remark(path, "a name that is not UTF-8, which the launcher can't ask for"));
+    else if (!IsAscii(name))
+        remarks.warnings.push_back(Remark(path, "a name outside ASCII needs Windows 10 1903 or later"));
+
+    if (!StaysInTree(name))
+        remarks.errors.push_back(Remark(
+            path, "a name that leads elsewhere on Windows: every launcher would refuse the whole list"));
+    else if (name.find_first_of("<>\"|?*") != std::string::npos)
+        remarks.warnings.push_back(Remark(path, "Windows can't hold a name with any of < > \" | ? *"));
+    else if (!name.empty() && (name.back() == '.' || name.back() == ' '))
+        remarks.warnings.push_back(Remark(path, "Windows drops the dot or blank at the end of a name"));
+}
+
+void JudgeFile(const std::string& path, std::int64_t size, Remarks& remarks)
+{
+    if (path.find_first_of("?%") != std::string::npos && !SurvivesAsUrl(path))
+        remarks.warnings.push_back(Remark(
+            path, "\"?\" or \"%\" is read otherwise in an address: the launcher asks for another file"));
+    if (!Contains(path, "."))
+        remarks.warnings.push_back(
+            Remark(path, "no dot in the whole path: a running game then stops every update"));
+    if (Contains(path, ListName))
+        remarks.warnings.push_back(Remark(path, "a path that holds \"List.txt\" is never fetched"));
+    if (size >= CounterLimit)
+        remarks.warnings.push_back(Remark(path, "2 GiB or more: the launcher's amounts and bar go wrong"));
+}
+
+void JudgeList(const std::set<std::string>& directories, const std::set<std::string>& files,
+               std::int64_t totalSize, Remarks& remarks)
+{
+    std::unordered_map<std::string, std::string> namesByFoldedName;
+    for (const std::set<std::string>* names : {&directories, &files}) {
+        for (const std::string& name : *names) {
+            const std::string folded = QString::fromUtf8(name.c_str()).toLower().toUtf8().toStdString();
+            const auto [first, isNew] = namesByFoldedName.emplace(folded, name);
+            if (!isNew)
+                remarks.warnings.push_back(Remark(
+                    name, "differs only in case from " + first->second + ": Windows holds one of them"));
+        }
+    }
+
+    for (const std::string& program : {LauncherFolder + launcherFileName, GameFolder + "Tessaloom.exe"}) {
+        if (files.count(program) == 0)
+            remarks.warnings.push_back(Remark(program, "not in the tree: players who have it lose it"));
+    }
+    if (totalSize >= CounterLimit)
+        remarks.warnings.push_back(
+            "All files together have 2 GiB or more: whoever fetches them all sees wrong amounts and a wrong "
+            "bar");
+    if (files.empty())
+        remarks.errors.push_back("There is nothing to publish: the launcher refuses a list without a file");
+}

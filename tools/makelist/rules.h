@@ -1,0 +1,37 @@
+// What a published list cannot carry, and what about a tree will surprise its author. Nothing here touches
+// the disk.
+//
+// Paths are relative to the tree, with backslashes. A remark is one line: the path, then the reason. An error
+// makes the list useless or dangerous, a warning does not.
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+struct Remarks
+{
+    std::vector<std::string> errors;
+    std::vector<std::string> warnings;
+};
+
+// The text of a remark, in one line whatever the path holds.
+std::string Remark(std::string path, const std::string& reason);
+
+// True for a file that the launcher spares on the player's disk, and for the list itself: they are not
+// published.
+bool IsLeftOut(const std::string& path);
+
+// Warns of a file that is left out although its author may well mean to publish it.
+void JudgeLeftOut(const std::string& path, Remarks& remarks);
+
+// Judges the last name of a path, of a file or a directory.
+void JudgeName(const std::string& path, Remarks& remarks);
+
+// Judges what only the whole path of a listed file shows, and its size in bytes.
+void JudgeFile(const std::string& path, std::int64_t size, Remarks& remarks);
+
+// Judges the list as a whole; `totalSize` in bytes.
+void JudgeList(const std::set<std::string>& directories, const std::set<std::string>& files,
+               std::int64_t totalSize, Remarks& remarks);
