@@ -1,4 +1,5 @@
 // Servers, lists, disks and players that misbehave: what the player is left with, and that nothing is lost.
+#include <algorithm>
 #include <fstream>
 #include <random>
 
@@ -6,6 +7,7 @@
 #include <QLabel>
 #include <QProcess>
 #include <QPushButton>
+#include <QStorageInfo>
 #include <QStringListModel>
 #include <QTcpSocket>
 
@@ -20,172 +22,112 @@
 namespace {
 using End = Script::End;
 
-// Status, button and log, without the line that the window begins with.
-QStringList Outcome(const WindowUnderTest& test)
+// Status, button, and the log behind this line or, without it, behind the one that the window begins with.
+QString Outcome(const WindowUnderTest& test, const char* after = "")
 {
     const QPushButton& play = *LauncherContext::Instance().Play;
-    QStringList outcome = {test.Status(), play.text() + (play.isEnabled() ? "" : ", disabled")};
+    QStringList log;
     for (const std::string& line : test.LogLines())
-        outcome += QString::fromStdString(line);
-    outcome.removeAt(2);
-    return outcome;
+        log += QString::fromStdString(line);
+    log = log.mid(std::max(log.indexOf(after), 0) + 1);
+    return (QStringList{test.Status(), play.text() + (play.isEnabled() ? "" : ", disabled")} + log).join('|');
 }
+const char* const LastLineAboutTheTree = "Initializing files to download";
 
-// What follows the lines about the tree's shape.
-QStringList AfterChecking(QStringList outcome)
+QString Offline(const QString& log)
 {
-    const int checked = outcome.indexOf("Initializing files to download");
-    return outcome.mid(0, 2) + outcome.mid(checked + 1);
+    return "Failed to connect to server|Play Offline|" + log + "Failed to connect to the server";
 }
-
-QStringList NoConnection(const QStringList& log)
+QString NoList(const QString& log)
 {
-    return QStringList{"Failed to connect to server", "Play Offline"} + log +
-           QStringList("Failed to connect to the server");
+    return Offline("Downloading file: List.txt|" + log);
 }
-
-QStringList InvalidList(int lines)
+QString InvalidList(const QString& log)
 {
-    QStringList outcome = {"List of files is invalid", "Play Offline", "Downloading file: List.txt"};
-    if (lines > 0)
-        outcome += QString("List of files loaded with %1 elements").arg(lines);
-    return outcome + QStringList{"List of files is invalid", "Deleted temporary list file"};
+    return "List of files is invalid|Play Offline|Downloading file: List.txt|" + log +
+           "List of files is invalid|Deleted temporary list file";
 }
+const QString Missing = "File not found on server|ContentNotFoundError|";
+const QString NotSaved =
+    "ERROR: Could not save the file, admin permission might be needed: %1|UnknownContentError|";
 
-QStringList CouldNotSave(const std::string& path)
-{
-    return {"ERROR: Could not save the file, admin permission might be needed: " + QString::fromStdString(path),
-            "UnknownContentError"};
-}
+const Tree Installed = {{"readme.txt", "old"}, {"Sets/", ""}, {"Sets/a.map", "mine"}, {"Sets/b", "yours"}};
 
-const Tree Installed = {
-    {"readme.txt", "old"}, {"Sets/", ""}, {"Sets/a.map", "mine"}, {"Sets/b.map", "yours"}};
-
-Script Answer(int status, std::vector<std::string> headers = {}, std::string body = "said the server")
-{
-    Script script;
-    script.status = status;
-    script.headers = std::move(headers);
-    script.body = std::move(body);
-    return script;
-}
-
+// A body of 20,000 bytes of which so many come, and what follows them.
 Script Cut(int sendOnly, End end, int delay = 0, int piece = 0)
 {
-    Script script;
-    script.body = std::string(20000, 'x');
-    script.sendOnly = sendOnly;
-    script.end = end;
-    script.delay = delay;
-    script.piece = piece;
-    script.pause = piece > 0 ? 1 : 0;
-    return script;
+    const int pause = piece > 0 ? 1 : 0;
+    return {200, std::string(20000, 'x'), {}, sendOnly, true, false, true, end, delay, piece, pause};
+}
+Script Late(int status, int delay)
+{
+    return {status, "no", {}, -1, true, false, true, End::Close, delay};
 }
 
-// What can happen to the list. The URL is the server's unless one is given.
-struct ListRow
+struct ServerRow
 {
     const char* name;
     Script script;
-    QStringList causes; // the log lines of a failed transfer
-    int lines = -1;     // of a list that has arrived, and is invalid
-    const char* url = nullptr;
+    QString text;               // the outcome, or the status at which something happens
+    const char* path = nullptr; // where the script stands, or another URL for the list
 };
-const ListRow listRows[] = {
-    {"closed port", {}, {"ConnectionRefusedError"}, -1, "http://127.0.0.1:PORT/List.txt"},
+
+const ServerRow listRows[] = {
+    {"closed port", {}, Offline("ConnectionRefusedError|"), "http://127.0.0.1:PORT/"},
     {"dead name",
      {},
-     {"Can not locate host, your internet connection may be down"},
-     -1,
+     Offline("Can not locate host, your internet connection may be down|"),
      "http://name.invalid/"},
-    {"TLS to a plain port", {}, {"SslHandshakeFailedError"}, -1, "https://127.0.0.1:PORT/List.txt"},
-    {"unknown protocol", {}, {"ProtocolUnknownError"}, -1, "kachel://127.0.0.1/List.txt"},
-    {"no answer at all", Answer(0, {}, ""), {"RemoteHostClosedError"}},
-    {"400", Answer(400), {"ProtocolInvalidOperationError"}},
-    {"401", Answer(401, {"WWW-Authenticate: Basic realm=\"x\""}), {"AuthenticationRequiredError"}},
-    {"403", Answer(403), {"ContentAccessDenied"}},
-    {"404", Answer(404), {"File not found on server", "ContentNotFoundError"}},
-    {"405", Answer(405), {"ContentOperationNotPermittedError"}},
-    {"407", Answer(407, {"Proxy-Authenticate: Basic realm=\"x\""}), {"ProxyAuthenticationRequiredError"}},
-    {"409", Answer(409), {}},
-    {"410", Answer(410), {}},
-    {"402", Answer(402), {"UnknownContentError"}},
-    {"500", Answer(500), {}},
-    {"501", Answer(501), {}},
-    {"503", Answer(503), {}},
-    {"599", Answer(599), {}},
-    {"not what the encoding says", Answer(200, {"Content-Encoding: deflate"}), {"ProtocolFailure"}},
-    {"redirect", Answer(302, {"Location: /LatestVersion/readme.txt"}, "<p>moved</p>\n"), {}, 1},
-    {"foreign page", Answer(200, {}, "<!DOCTYPE html>\n<p>Log in to our #F#Wi-Fi#</p>\n"), {}, 2},
-    {"no body", Answer(200, {}, ""), {}, 0},
+    {"TLS to a plain port", {}, Offline("SslHandshakeFailedError|"), "https://127.0.0.1:PORT/"},
+    {"unknown protocol", {}, Offline("ProtocolUnknownError|"), "kachel://127.0.0.1/"},
+    {"no answer at all", {0}, NoList("RemoteHostClosedError|")},
+    {"400", {400}, NoList("ProtocolInvalidOperationError|")},
+    {"401", {401, "no", {"WWW-Authenticate: Basic realm=\"x\""}}, NoList("AuthenticationRequiredError|")},
+    {"402", {402}, NoList("UnknownContentError|")},
+    {"403", {403}, NoList("ContentAccessDenied|")},
+    {"404", {404}, NoList(Missing)},
+    {"405", {405}, NoList("ContentOperationNotPermittedError|")},
+    {"407",
+     {407, "", {"Proxy-Authenticate: Basic realm=\"x\""}},
+     NoList("ProxyAuthenticationRequiredError|")},
+    {"409", {409}, NoList("")},
+    {"410", {410}, NoList("")},
+    {"500", {500}, NoList("")},
+    {"503", {503}, NoList("")},
+    {"not packed as it says", {200, "plain", {"Content-Encoding: deflate"}}, NoList("ProtocolFailure|")},
+    {"redirect", {302, "moved", {"Location: /x"}}, InvalidList("List of files loaded with 1 elements|")},
+    {"foreign page", {200, "<p>\n#F#Wi-Fi#"}, InvalidList("List of files loaded with 2 elements|")},
+    {"no body", {200}, InvalidList("")},
 };
 
-// Errors that no server of the tests can provoke.
-const std::map<int, QStringList> rareErrors = {
-    {4, {"TimeoutError"}},
-    {5, {"OperationCanceledError"}},
-    {7, {"TemporaryNetworkFailureError"}},
-    {8, {"NetworkSessionFailedError"}},
-    {9, {"BackgroundRequestNotAllowedError"}},
-    {10, {}},
-    {99, {"UnknownNetworkError"}},
-    {101, {"ProxyConnectionRefusedError"}},
-    {102, {"ProxyConnectionClosedError"}},
-    {103, {"ProxyNotFoundError"}},
-    {104, {"ProxyTimeoutError"}},
-    {199, {"UnknownProxyError"}},
-    {205, {"ContentReSendError"}},
-    {206, {}},
-    {-1, {}},
-};
+// Errors that no server of the tests can provoke, and some that get no line of their own.
+const QString RareErrors =
+    "4 TimeoutError|,5 OperationCanceledError|,7 TemporaryNetworkFailureError|,8 NetworkSessionFailedError|,"
+    "9 BackgroundRequestNotAllowedError|,99 UnknownNetworkError|,101 ProxyConnectionRefusedError|,"
+    "102 ProxyConnectionClosedError|,103 ProxyNotFoundError|,104 ProxyTimeoutError|,199 UnknownProxyError|,"
+    "205 ContentReSendError|,302 ProtocolInvalidOperationError|,10,206,401,-1";
 
 // Ways in which a body breaks off before its announced length.
-struct CutRow
-{
-    const char* name;
-    Script script;
-};
-const CutRow cutRows[] = {
-    {"closed in the middle", Cut(10000, End::Close)},
-    {"reset in the middle", Cut(10000, End::Reset)},
-    {"closed before the body", Cut(0, End::Close)},
-    {"reset before the body", Cut(0, End::Reset)},
-    {"one byte missing", Cut(19999, End::Close)},
-    {"closed after a while", Cut(10000, End::Close, 3)},
-    {"a trickle, closed", Cut(10000, End::Close, 0, 1000)},
-    {"a trickle, reset", Cut(10000, End::Reset, 0, 1000)},
+const ServerRow cutRows[] = {
+    {"closed in the middle", Cut(10000, End::Close), ""},
+    {"reset in the middle", Cut(10000, End::Reset), ""},
+    {"closed before the body", Cut(0, End::Close), ""},
+    {"reset before the body", Cut(0, End::Reset), ""},
+    {"one byte missing", Cut(19999, End::Close), ""},
+    {"closed after a while", Cut(10000, End::Close, 3), ""},
+    {"a trickle, closed", Cut(10000, End::Close, 0, 1000), ""},
+    {"a trickle, reset", Cut(10000, End::Reset, 0, 1000), ""},
 };
 
-// Lists of a size that no game has.
-struct HugeRow
-{
-    const char* name;
-    std::function<void(std::ostream&)> write;
-    std::size_t files; // 0: no list to act on
-};
-const std::size_t HundredMegabytes = 100 * 1000 * 1000;
-const std::string Digest(64, 'e');
-const HugeRow hugeRows[] = {
-    {"1,000,000 lines",
-     [](std::ostream& file) {
-         for (int i = 0; i < 1000000; ++i)
-             file << "F#Game\\file " << i << "#1#" << Digest << "\r\n";
-     },
-     1000000},
-    {"a line of 100 MB", [](std::ostream& file) { file << std::string(HundredMegabytes, 'F'); }, 0},
-    {"a line of delimiters",
-     [](std::ostream& file) { file << "F#a#1#h" << std::string(HundredMegabytes, '#'); }, 1},
-    {"a path of separators",
-     [](std::ostream& file) { file << "F#a" << std::string(HundredMegabytes, '\\') << "#1#h"; }, 1},
-    {"noise",
-     [](std::ostream& file) {
-         std::mt19937 random(1);
-         for (std::size_t i = 0; i < HundredMegabytes / 4; ++i) {
-             const auto word = random();
-             file.write(reinterpret_cast<const char*>(&word), 4);
-         }
-     },
-     0},
+// The status at which the player closes the window, and what the server does meanwhile.
+const ServerRow closingRows[] = {
+    {"nothing comes", Cut(0, End::Stall, 60000), "Connecting to server...", "List.txt"},
+    {"half a list", Cut(10000, End::Stall), "Connecting to server...", "List.txt"},
+    {"while hashing", {}, "Checking for file changes...", "none"},
+    {"a file stalls", Cut(10000, End::Stall), "Downloading files...", "f100.txt"},
+    {"a file trickles", Cut(-1, End::Close, 0, 1), "Downloading files...", "f100.txt"},
+    {"a file has failed", {404}, "Failed to connect to server", "f100.txt"},
+    {"up to date", {}, "Game is up to date", "none"},
 };
 
 // Transfers of which the first ones fail.
@@ -195,82 +137,66 @@ struct FileRow
     int files;
     int failing;
     Script script;
-    QStringList causes;
+    QString report;
 };
-Script Missing(int delay)
-{
-    Script script = Answer(404);
-    script.delay = delay;
-    return script;
-}
 const FileRow fileRows[] = {
-    {"success after a failure", 3, 1, Missing(0), {"File not found on server", "ContentNotFoundError"}},
-    {"success before a failure", 3, 1, Missing(200), {"File not found on server", "ContentNotFoundError"}},
-    {"two at once", 3, 2, Missing(50), {"File not found on server", "ContentNotFoundError"}},
-    {"fifteen at once", 17, 17, Missing(50), {"File not found on server", "ContentNotFoundError"}},
-    {"cut short", 3, 1, Cut(10000, End::Close), {"RemoteHostClosedError"}},
+    {"success after a failure", 3, 1, {404}, Missing},
+    {"success before a failure", 3, 1, Late(404, 200), Missing},
+    {"two at once", 3, 2, Late(404, 50), Missing},
+    {"fifteen at once", 17, 17, Late(404, 50), Missing},
+    {"cut short", 3, 1, Cut(10000, End::Close), "RemoteHostClosedError|"},
 };
 
-// What the player waits for when he closes the window.
-struct ClosingRow
+std::string Noise()
+{
+    std::mt19937 random(1);
+    std::string bytes(1000000, 'x');
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
+    return bytes;
+}
+
+// Lists of a size that no game has: a beginning, and what follows it so many times.
+struct HugeRow
 {
     const char* name;
-    const char* status;
-    const char* path; // what the server answers otherwise
-    Script script;
-    bool changes = true;
-    int interval = 30; // milliseconds
+    const char* start;
+    std::string repeated;
+    int times;
+    std::size_t files; // 0: no list to act on
 };
-const ClosingRow closingRows[] = {
-    {"nothing comes", "Connecting to server...", "List.txt", Cut(0, End::Stall, 60000)},
-    {"half a list", "Connecting to server...", "List.txt", Cut(10000, End::Stall)},
-    {"a trickle", "Connecting to server...", "List.txt", Cut(-1, End::Close, 0, 1)},
-    {"while hashing", "Checking for file changes...", "", {}, true, 0},
-    {"a file does not come", "Downloading files...", "f100.txt", Cut(0, End::Stall)},
-    {"files have failed", "Failed to connect to server", "f100.txt", Missing(0)},
-    {"up to date", "Game is up to date", "", {}, false},
+const HugeRow hugeRows[] = {
+    {"1,000,000 lines", "", "F#Game\\Worlds\\Hanging Gardens\\north + south ", 1000000, 1000000},
+    {"a line of 100 MB", "", std::string(1000, 'F'), 100000, 0},
+    {"a line of delimiters", "F#a#1#h", std::string(1000, '#'), 100000, 1},
+    {"a path of separators", "F#a#1#h\nD#a", std::string(1000, '\\'), 10000, 1},
+    {"noise", "", Noise(), 100, 0},
 };
-
-// Kilobytes of memory in use at the most since the process, or a write to clear_refs, began. 0: can't be
-// told.
-long PeakMemory()
-{
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    long kilobytes = 0;
-    while (status >> word && word != "VmHWM:") {
-    }
-    status >> kilobytes;
-    return kilobytes;
-}
 
 // A small disk, on which the trees of the tests stand as long as it lives. Only root can have one.
-class SmallDisk
+struct SmallDisk
 {
-public:
-    explicit SmallDisk(const QString& size) : before(qgetenv("TMPDIR")), mounted(Mount("size=" + size))
+    explicit SmallDisk(const QString& options) : mounted(Mount(options))
     {
         qputenv("TMPDIR", folder.path().toUtf8());
     }
     ~SmallDisk()
     {
-        if (before.isNull())
-            qunsetenv("TMPDIR");
-        else
-            qputenv("TMPDIR", before);
-        if (mounted)
-            QProcess::execute("umount", {folder.path()});
+        qputenv("TMPDIR", before);
+        QProcess::execute("umount", {folder.path()});
     }
     bool Mount(const QString& options)
     {
         return QProcess::execute("mount", {"-t", "tmpfs", "-o", options, "none", folder.path()}) == 0;
     }
+    void LeaveFree(int kilobytes)
+    {
+        QFile filler(folder.path() + "/filler");
+        filler.open(QIODevice::WriteOnly);
+        filler.write(QByteArray(int(QStorageInfo(folder.path()).bytesAvailable()) - kilobytes * 1024, 'x'));
+    }
 
-private:
+    const QByteArray before = qgetenv("TMPDIR");
     QTemporaryDir folder;
-    QByteArray before;
-
-public:
     const bool mounted;
 };
 } // namespace
@@ -287,42 +213,40 @@ private slots:
     void failedList()
     {
         QFETCH(int, index);
-        const ListRow& row = listRows[index];
+        const ServerRow& row = listRows[index];
         WindowUnderTest test;
         QVERIFY(WriteTree(test.tree.Root(), Installed));
         test.server.fallback = row.script;
-        QTcpServer other;
-        connect(&other, &QTcpServer::newConnection,
-                [&] { other.nextPendingConnection()->write("HTTP/1.1 400 Not TLS\r\n\r\n"); });
-        QVERIFY(other.listen(QHostAddress::LocalHost));
-        if (row.url)
-            fileListUrl = QString(row.url).replace("PORT", QString::number(other.serverPort())).toStdString();
-        if (row.causes == QStringList("ConnectionRefusedError"))
-            other.close();
-        const QStringList log(row.url ? QString("Downloading file: %1").arg(fileListUrl.c_str())
-                                      : "Downloading file: List.txt");
+        QTcpServer plain;
+        connect(&plain, &QTcpServer::newConnection,
+                [&] { plain.nextPendingConnection()->write("no\r\n\r\n"); });
+        QVERIFY(plain.listen(QHostAddress::LocalHost));
+        QString expected = row.text;
+        if (row.path) {
+            const QString url = QString(row.path).replace("PORT", QString::number(plain.serverPort()));
+            fileListUrl = url.toStdString();
+            expected.replace("Play Offline|", "Play Offline|Downloading file: " + url + "|");
+        }
+        if (expected.contains("Refused"))
+            plain.close();
         QVERIFY(test.RunToTheEnd());
-        QCOMPARE(Outcome(test), row.lines < 0 ? NoConnection(log + row.causes) : InvalidList(row.lines));
+        QCOMPARE(Outcome(test), expected);
         QCOMPARE(Readable(test.GameTree()).c_str(), Readable(Installed).c_str());
     }
 
-    void rareErrorsAreReported()
+    void rareErrors()
     {
         WindowUnderTest test;
         MainWindow& window = test.Open();
         window.updateTimer.stop();
-        QStringList log;
-        for (const auto& [error, causes] : rareErrors) {
-            updateState = UpdateState::DownloadingFiles;
+        for (const QString& error : RareErrors.split(',')) {
+            window.pendingLogLines.resize(1);
             LauncherContext::Instance().StatusText->clear();
             QtDownload transfer;
-            window.TransferFinished(&transfer, error);
+            window.TransferFinished(&transfer, error.section(' ', 0, 0).toInt());
             window.finishedTransfers.clear();
-            log += causes + QStringList("Failed to connect to the server");
-            QCOMPARE(updateState, UpdateState::Offline);
+            QCOMPARE(Outcome(test), Offline(error.section(' ', 1)));
         }
-        log.removeLast();
-        QCOMPARE(Outcome(test), NoConnection(log));
     }
 
     // A list that is cut must not become an order to delete.
@@ -337,10 +261,8 @@ private slots:
         QVERIFY(WriteTree(test.tree.Root(), Installed));
         const Tree before = TreeOf(test.tree.Root());
         test.server.fallback = cutRows[index].script;
-        // Every cut of it would be a list.
-        test.server.fallback.body.replace(0, 8, "F#a#1#h\n");
+        test.server.fallback.body.replace(0, 8, "F#a#1#h\n"); // what comes would be a list
         MainWindow& window = test.Open();
-        const QStringList expected = NoConnection({"Downloading file: List.txt", "RemoteHostClosedError"});
         for (int i = 0; i < 75; ++i) {
             window.pendingLogLines.assign(1, "[hh:mm:ss] the line that the window begins with");
             window.logModel->setStringList({});
@@ -349,7 +271,7 @@ private slots:
             QElapsedTimer time;
             for (time.start(); !(test.CycleEnded() && window.transfers.empty()) && time.elapsed() < 5000;)
                 QCoreApplication::processEvents();
-            QCOMPARE(Outcome(test), expected);
+            QCOMPARE(Outcome(test), NoList("RemoteHostClosedError|"));
             QVERIFY(TreeOf(test.tree.Root()) == before);
         }
     }
@@ -358,42 +280,30 @@ private slots:
     // the files behind it are gone until the next start.
     void everyPrefix()
     {
-        Tree published;
+        Tree published = {{"Sets/", ""}};
         for (int i = 0; i < 200; ++i)
-            published["Sets/Set " + std::to_string(i % 9) + "/north + south " + std::to_string(i) + ".map"] =
-                "x";
-        for (int i = 0; i < 9; ++i)
-            published["Sets/Set " + std::to_string(i) + "/"];
-        published["Sets/"];
+            published["Sets/north + south " + std::to_string(i) + ".map"] = "x";
         const std::string list = WindowUnderTest::ListOf(published);
-        const TemporaryTree tree;
-        const auto read = [&](std::size_t size, ContentList& content) {
-            std::vector<std::string> lines;
-            if (WriteFile(tree.Path("List.txt"), list.substr(0, size)))
-                ReadListLines(lines, tree.Path("List.txt"));
-            return ParseFileList(lines, content);
-        };
-        ContentList whole;
-        QVERIFY(read(list.size(), whole));
-
         int shorter = 0;
-        std::size_t named = 0; // files whose digest has been reached
         int delimiters = 0;    // in the last line
-        for (std::size_t cut = 1; cut < list.size(); ++cut) {
-            const char last = list[cut - 1];
-            delimiters = last == '\n' ? 0 : delimiters + (last == '#');
-            named += last == '#' && delimiters == 3;
+        std::size_t named = 0; // files whose digest has been reached
+        std::vector<std::string> lines(1);
+        for (const char byte : list) {
+            lines.back() += byte;
+            delimiters += byte == '#';
+            named += byte == '#' && delimiters == 3;
+            if (byte == '\n') {
+                lines.back().erase(lines.back().size() - 2);
+                lines.emplace_back();
+                delimiters = 0;
+            }
+            const bool isList = named > 0 && (byte == '\n' || delimiters == 3);
             ContentList content;
-            if (read(cut, content) != (named > 0 && (last == '\n' || delimiters == 3))) qInfo("cut %d of %d: %s", (int)cut, (int)list.size(), list.substr(0,cut).substr(cut>120?cut-120:0).c_str());
-            ContentList content2; std::swap(content, content2);
-            QCOMPARE(read(cut, content), named > 0 && (last == '\n' || delimiters == 3));
-            if (content.fileDigests.size() != named || !(last == '\n' || delimiters == 3))
-                continue;
-            QCOMPARE(content.directories, whole.directories);
-            QVERIFY(std::equal(content.fileNames.begin(), content.fileNames.end(), whole.fileNames.begin()));
-            shorter += named < whole.fileNames.size();
+            QCOMPARE(ParseFileList(lines, content), isList);
+            QVERIFY(!isList || (content.fileNames.size() == named && content.directories.size() == 4));
+            shorter += isList && named < 201;
         }
-        qInfo("%d of %d cuts leave a valid, shorter list", shorter, static_cast<int>(list.size()) - 1);
+        qInfo("%d of %d cuts leave a valid, shorter list", shorter, static_cast<int>(list.size()));
     }
 
     void hugeLists_data()
@@ -405,22 +315,23 @@ private slots:
         QFETCH(int, index);
         const HugeRow& row = hugeRows[index];
         const TemporaryTree tree;
-        {
-            std::ofstream file(tree.Path("List.txt"), std::ios::binary);
-            row.write(file);
+        std::ofstream file(tree.Path("List.txt"), std::ios::binary);
+        file << row.start;
+        for (int i = 0; i < row.times; ++i) {
+            file << row.repeated;
+            if (row.files > 1)
+                file << i << "#1#" << std::string(64, 'e') << "\r\n";
         }
-        std::ofstream("/proc/self/clear_refs") << "5";
-        const long before = PeakMemory();
+        file.close();
+        std::ofstream("/proc/self/clear_refs") << "5"; // the peak begins anew
         std::vector<std::string> lines;
         ReadListLines(lines, tree.Path("List.txt"));
         ContentList content;
         QCOMPARE(ParseFileList(lines, content), row.files > 0);
-        if (row.files > 0)
-            QCOMPARE(content.fileNames.size(), row.files);
-        const long used = PeakMemory() - before;
-        qInfo("%ld MB at the most", used / 1024);
+        QVERIFY(row.files == 0 || content.fileNames.size() == row.files);
 #ifndef __SANITIZE_ADDRESS__
-        QVERIFY(used < 8 * 100 * 1024);
+        const QString status = QString::fromStdString(ReadFile("/proc/self/status"));
+        QVERIFY(status.section("VmHWM:", 1).simplified().section(' ', 0, 0).toInt() < 1000 * 1000); // KB
 #endif
     }
 
@@ -434,38 +345,32 @@ private slots:
         const FileRow& row = fileRows[index];
         WindowUnderTest test;
         Tree before, published, after;
-        QStringList log;
+        QString log;
         for (int i = 0; i < row.files; ++i) {
             const std::string name = "f" + std::to_string(100 + i);
-            before[name + ".txt"] = "old";
-            published[name + ".txt"] = name;
+            before[name] = after[name] = "old"; // stays if it is never asked for
+            published[name] = "new";
             if (i >= 15)
-                after[name + ".txt"] = "old"; // never asked for
-            else if (i >= row.failing)
-                after[name + ".txt"] = name;
-            if (i < 15)
-                log += QString("Deleted old file: %1.txt\nDownloading file: %1.txt")
-                           .arg(name.c_str())
-                           .split('\n');
+                continue;
+            log += QString("Deleted old file: %1|Downloading file: %1|").arg(name.c_str());
+            after[name] = "new";
+            if (i < row.failing)
+                after.erase(name);
         }
         if (row.files < 15)
-            log += "Waiting for all files to finish downloading";
-        for (int i = 0; i < std::min(row.failing, 15); ++i)
-            log += row.causes + QStringList("Failed to connect to the server");
-        log.removeLast();
+            log += "Waiting for all files to finish downloading|";
+        log += row.report;
+        for (int i = 1; i < std::min(row.failing, 15); ++i)
+            log += "Failed to connect to the server|" + row.report;
         QVERIFY(WriteTree(test.tree.Root(), before));
         test.Publish(published);
-        int started = 0;
-        for (auto& [path, script] : test.server.scripts) {
-            if (path[0] != 'f')
-                continue;
-            if (started++ < row.failing)
-                script = row.script;
-            else
-                script.delay = 100;
-        }
+        int place = 0;
+        for (const auto& [name, content] : published)
+            test.server.scripts[name] = place++ < row.failing ? row.script : Late(200, 100);
+        for (auto& [name, content] : published)
+            test.server.scripts[name].body = row.script.sendOnly < 0 ? content : row.script.body;
         QVERIFY(test.RunToTheEnd());
-        QCOMPARE(AfterChecking(Outcome(test)), NoConnection(log));
+        QCOMPARE(Outcome(test, LastLineAboutTheTree), Offline(log));
         QCOMPARE(Readable(test.GameTree()).c_str(), Readable(after).c_str());
         QCOMPARE(test.server.requests.size(), 1 + static_cast<std::size_t>(std::min(row.files, 15)));
     }
@@ -475,19 +380,22 @@ private slots:
         WindowUnderTest test;
         QVERIFY(WriteTree(test.tree.Root(), {{"a/x/", ""}, {"a/y/", ""}, {"a/y/unlisted.txt", "1"}}));
         test.Publish({{"a/", ""}, {"a/x", "a file"}, {"a/y", "another"}});
-        // A folder goes only with a file in it.
+        // Packed by the server, and unpacked by Qt: the announced length is not that of the file.
+        test.server.scripts["a/y"].headers = {"Content-Encoding: deflate"};
+        test.server.scripts["a/y"].body = qCompress("another").mid(4).toStdString();
         QVERIFY(test.RunToTheEnd());
-        QCOMPARE(AfterChecking(Outcome(test)),
-                 NoConnection(QStringList{"Downloading file: a/x", "Downloading file: a/y",
-                                          "Waiting for all files to finish downloading"} +
-                              CouldNotSave(test.tree.WindowsRoot() + "\\a/x")));
-        QCOMPARE(Readable(test.GameTree()).c_str(),
-                 Readable({{"a/", ""}, {"a/x/", ""}, {"a/y", "another"}}).c_str());
+        QCOMPARE(
+            Outcome(test, LastLineAboutTheTree),
+            Offline(
+                "Downloading file: a/x|Downloading file: a/y|Waiting for all files to finish downloading|" +
+                NotSaved.arg(QString::fromStdString(test.tree.WindowsRoot() + "\\a/x"))));
+        // A folder goes only with a file in it.
+        QVERIFY(test.GameTree() == Tree({{"a/", ""}, {"a/x/", ""}, {"a/y", "another"}}));
     }
 
     void readOnlyTree()
     {
-        SmallDisk disk("1m");
+        SmallDisk disk("size=1m");
         if (!disk.mounted)
             QSKIP("only root can mount a disk");
         WindowUnderTest test;
@@ -495,14 +403,13 @@ private slots:
         test.Publish({{"readme.txt", "new"}});
         QVERIFY(disk.Mount("remount,ro"));
         QVERIFY(test.RunToTheEnd());
-        QCOMPARE(Outcome(test),
-                 NoConnection(QStringList("Downloading file: List.txt") + CouldNotSave("../List.txt")));
-        QCOMPARE(Readable(test.GameTree()).c_str(), Readable(Installed).c_str());
+        QCOMPARE(Outcome(test), NoList(NotSaved.arg("../List.txt")));
+        QVERIFY(test.GameTree() == Installed);
     }
 
     void fullDisk()
     {
-        SmallDisk disk("256k");
+        SmallDisk disk("size=256k");
         if (!disk.mounted)
             QSKIP("only root can mount a disk");
         WindowUnderTest test;
@@ -515,37 +422,36 @@ private slots:
         QVERIFY(disk.Mount("remount,size=1m"));
         test.StartAnew();
         QVERIFY(test.RunToTheEnd());
-        QCOMPARE(Readable(test.GameTree()).c_str(), Readable(published).c_str());
+        QVERIFY(test.GameTree() == published);
 
-        // A list for which there is no room is not taken for a shorter one.
+        // A list for which there is no room is not taken for a shorter one, wherever it is cut.
         for (int i = 100; i < 400; ++i)
             published["f" + std::to_string(i)] = "";
         QVERIFY(WriteTree(test.tree.Root(), published));
-        QVERIFY(WriteFile(test.tree.Path("filler"), std::string(100000, 'x')));
-        const Tree before = test.GameTree();
         test.Publish(published);
-        QVERIFY(disk.Mount("remount,size=532k"));
-        test.StartAnew();
-        QVERIFY(test.RunToTheEnd());
-        qInfo() << Outcome(test).mid(0, 8);
-        QCOMPARE(Readable(test.GameTree()).c_str(), Readable(before).c_str());
+        for (const int room : {0, 4, 12, 20}) {
+            test.StartAnew();
+            disk.LeaveFree(room);
+            QVERIFY(test.RunToTheEnd());
+            QCOMPARE(Outcome(test),
+                     "Failed to write file|Play Offline|Downloading file: List.txt|Failed to write file");
+            QVERIFY(test.GameTree() == published);
+        }
     }
 
+    // What lies behind a link counts as the tree's: what the player has moved there and the list does not
+    // name goes. The links stay.
     void linkOutOfTheTree()
     {
         const TemporaryTree outside;
-        QVERIFY(WriteTree(outside.Root(),
-                          {{"listed.txt", "old"}, {"unlisted.txt", "1"}, {"sub/unlisted.txt", "2"}}));
+        QVERIFY(WriteTree(outside.Root(), {{"listed.txt", "old"}, {"sub/unlisted.txt", "1"}}));
         WindowUnderTest test;
-        QVERIFY(QFile::link(QString::fromStdString(outside.Root()),
-                            QString::fromStdString(test.tree.Path("link"))));
-        QVERIFY(QFile::link(QString::fromStdString(outside.Root()),
-                            QString::fromStdString(test.tree.Path("unlisted"))));
+        const QString link = QString::fromStdString(test.tree.Path("link"));
+        QVERIFY(QFile::link(QString::fromStdString(outside.Root()), link));
         test.Publish({{"link/", ""}, {"link/listed.txt", "new"}});
         QVERIFY(test.RunToTheEnd());
-        qInfo() << Outcome(test);
-        qInfo("%s", Readable(TreeOf(outside.Root())).c_str());
-        qInfo("%s", Readable(test.GameTree()).c_str());
+        QVERIFY(TreeOf(outside.Root()) == Tree({{"listed.txt", "new"}}));
+        QVERIFY(test.Status() == "Game is up to date" && QFileInfo(link).isSymLink());
     }
 
     void closing_data()
@@ -555,36 +461,31 @@ private slots:
     void closing()
     {
         QFETCH(int, index);
-        const ClosingRow& row = closingRows[index];
+        const ServerRow& row = closingRows[index];
         WindowUnderTest test;
         Tree published;
         for (int i = 100; i < 400; ++i)
-            published["f" + std::to_string(i) + ".txt"] = std::string(20000, 'x');
+            published["f" + std::to_string(i) + ".txt"] = std::string(50000, 'x');
         QVERIFY(WriteTree(test.tree.Root(), published));
-        published["f100.txt"] = published["f101.txt"] = "new";
-        test.Publish(row.changes ? published : test.GameTree());
-        Script& script = test.server.scripts[row.path];
-        const std::string body = script.body;
-        script = row.script;
-        if (script.body.empty())
-            script.body = body;
+        published["f100.txt"] = "new";
+        test.Publish(published);
+        test.server.scripts[row.path] = row.script;
 
         QElapsedTimer closed;
-        QTimer poll;
+        QTimer poll, guard;
         connect(&poll, &QTimer::timeout, [&] {
-            if (!closed.isValid() && test.Status() == row.status && !test.server.requests.empty()) {
+            if (!closed.isValid() && test.Status() == row.text && !test.server.requests.empty()) {
                 test.window->close();
                 closed.start();
             }
         });
-        poll.start(row.interval);
-        QTimer::singleShot(20000, qApp, [] { QCoreApplication::exit(1); });
+        connect(&guard, &QTimer::timeout, [] { QCoreApplication::exit(1); });
+        poll.start(5);
+        guard.start(20000);
         test.Open();
         QCOMPARE(QApplication::exec(), 0);
         test.Close();
-        QVERIFY(closed.isValid());
-        qInfo("%lld ms", closed.elapsed());
-        QVERIFY(closed.elapsed() < 2000);
+        QVERIFY(closed.isValid() && closed.elapsed() < 2000);
         QTRY_COMPARE(test.server.running, 0);
     }
 };

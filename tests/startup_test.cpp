@@ -41,16 +41,20 @@ private slots:
         QTest::addColumn<int>("number");
         QTest::addColumn<QStringList>("copied");
 
-        QTest::newRow("plain files of two folders")
-            << QStringList{"libgröße.so",       "with blank.txt", "noextension",         "other/",
-                           "other/data",        "platforms/",     "platforms/plugin.so", "platforms/deep/",
-                           "platforms/deep/too"}
-            << QStringList{} << 1
-            << QStringList{"libgröße.so", "with blank.txt", "noextension", "platforms/plugin.so"};
-        QTest::newRow("gaps, and plain files in the way")
-            << QStringList{"#1", "#2", "#4", "#11/", "#11/old"}
-            << QStringList{"#3/", "#3/deep/", "#3/deep/old", "#9/", "#10/", "#10/old"} << 3
-            << QStringList{"#1", "#2", "#4"};
+        QTest::newRow("subfolders, gaps, plain files in the way")
+            << QStringList{"libgröße.so",
+                           "a b",
+                           "sub/",
+                           "sub/data",
+                           "platforms/",
+                           "platforms/plugin.so",
+                           "platforms/sub/",
+                           "platforms/sub/data",
+                           "#1",
+                           "#2",
+                           "#4"}
+            << QStringList{"#3/", "#3/sub/", "#3/sub/old", "#9/", "#10/", "#10/old"} << 3
+            << QStringList{"libgröße.so", "a b", "platforms/plugin.so", "#1", "#2", "#4"};
         QTest::newRow("beyond ten") << QStringList{"#1", "#2", "#3",  "#4",   "#5",      "#6", "#7",
                                                    "#8", "#9", "#10", "#11/", "#11/old", "#/", "#02/"}
                                     << QStringList{} << 12 << QStringList{"#1", "#2", "#3", "#4", "#5",

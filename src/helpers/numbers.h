@@ -10,7 +10,7 @@ std::string IntText(std::int32_t value);
 // "%f" without the zeros behind the last decimal, and without a point that nothing follows.
 std::string FloatText(float value);
 
-// The whole part of the percentage of a fraction (1.0 is 100 per cent), truncated, without a sign.
+// The whole part of the percentage of a fraction (1.0 is 100 per cent), truncated, without the percent sign.
 std::string PercentText(double fraction);
 
 // A blank before every third digit from the end.

@@ -1,5 +1,6 @@
 // Compares every listed file with the tree by digest, and queues the differences.
 #include <cmath>
+#include <utility>
 
 #include <QCoreApplication>
 #include <QLabel>
@@ -60,7 +61,7 @@ bool MainWindow::FindChanges(const std::string& treeRoot, const ContentList& con
                 return false;
             std::string queued = path;
             ReplaceAll(queued, "\\", "/");
-            fileQueue.push_back(queued);
+            fileQueue.push_back(std::move(queued));
             totalBytes = WrappingAdd(totalBytes, content.fileSizes[i]);
         }
         if (i % 10 == 0)

@@ -7,6 +7,7 @@
 
 #include "helpers/files.h"
 #include "mainwindow/mainwindow.h"
+#include "platform/platform.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
 
@@ -75,7 +76,11 @@ void MainWindow::TransferFinished(QtDownload* transfer, int error)
         EndOffline("Failed to connect to server");
         return;
     }
-    if (!FileExists(transfer->filePath)) {
+    // No room for the list: the part that is there would be an order to delete all the rest.
+    const bool halfList = updateState == UpdateState::FetchingList && transfer->writtenShort;
+    if (halfList)
+        DeleteFileA(transfer->filePath.c_str());
+    if (halfList || !FileExists(transfer->filePath)) {
         Log("Failed to write file");
         EndOffline("Failed to write file");
         return;

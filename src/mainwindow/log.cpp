@@ -46,7 +46,8 @@ void MainWindow::FlushLog(bool force)
         logModel->insertRows(0, count, QModelIndex());
     for (int row = 0; row < count; ++row) {
         const std::string& line = pendingLogLines[static_cast<std::size_t>(count - 1 - row)];
-        logModel->setData(logModel->index(row, 0, QModelIndex()), QVariant(QString(line.c_str())), Qt::EditRole);
+        logModel->setData(logModel->index(row, 0, QModelIndex()), QVariant(QString(line.c_str())),
+                          Qt::EditRole);
     }
     pendingLogLines.clear();
     logElapsed = 0.0;

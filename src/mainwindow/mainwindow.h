@@ -35,8 +35,8 @@ enum class UpdateState : std::uint32_t
 enum class ListResult
 {
     Complete, // all passes ran to their end
-    Blocked,  // a change is needed while a game process runs; nothing was changed
-    Invalid   // no list to act on; nothing was changed
+    Blocked,  // a change is needed while a game process runs; only the local list is gone
+    Invalid   // no list to act on; only the local list is gone
 };
 
 // The state of the cycle is the process's, and outlives the window. GUI thread only.

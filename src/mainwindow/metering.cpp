@@ -19,7 +19,7 @@ std::string SpeedText(std::int32_t rateKB)
     if (rateKB < KilobytesPerMegabyte)
         return GroupDigits(IntText(rateKB)) + " KB";
 
-    std::string text = FloatText(static_cast<float>(rateKB * 0.0009765625));
+    std::string text = FloatText(static_cast<float>(static_cast<double>(rateKB) / KilobytesPerMegabyte));
     const std::size_t point = text.find_first_of(".,");
     if (point != std::string::npos) {
         text[point] = '.';

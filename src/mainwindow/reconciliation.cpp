@@ -47,7 +47,7 @@ bool MainWindow::ReconcileTree(const std::string& treeRoot, const ContentList& c
     std::vector<std::string> treeEntries;
     ListDirectory(treeRoot, treeEntries, true);
     for (std::string& entry : treeEntries)
-        ReplaceAll(entry, prefix, "");
+        entry.erase(0, prefix.size());
 
     for (std::size_t i = 0; i < treeEntries.size(); ++i) {
         const std::string& entry = treeEntries[i];

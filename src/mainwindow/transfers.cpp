@@ -47,6 +47,9 @@ void MainWindow::StartTransfer(std::string url, std::string localPath)
             // Logged whether or not the file went: if it stayed, the end of the transfer decides.
             DeleteFileA(localPath.c_str());
             Log("Deleted old file: " + displayName);
+        } else if (PathExists(localPath)) {
+            // A link that leads nowhere, or a pipe: the new content would go through it.
+            DeleteFileA(localPath.c_str());
         }
     } catch (...) {
         // The transfer goes ahead with the old file in place.

@@ -1,5 +1,7 @@
 #include "qtdownload/qtdownload.h"
 
+#include <utility>
+
 #include <QFile>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -10,8 +12,7 @@
 #include "startup/launchercontext.h"
 
 namespace {
-// Qt now and then reports a body that broke off before its announced length as complete. Of a body that it
-// has unpacked on the way it drops the announced length, which was the packed one.
+// Qt now and then reports a body that broke off before its announced length as complete.
 bool IsCutShort(QNetworkReply& reply)
 {
     const QVariant announced = reply.header(QNetworkRequest::ContentLengthHeader);
@@ -46,7 +47,11 @@ void QtDownload::setTransfer(const std::string& url, const std::string& path)
 void QtDownload::download()
 {
     const QUrl address = QUrl::fromEncoded(url.toLocal8Bit(), QUrl::TolerantMode);
-    reply = manager.get(QNetworkRequest(address));
+    QNetworkRequest request(address);
+    // Unasked, Qt lets the server pack the body, unpacks it and forgets the announced length: one that broke
+    // off would pass for whole every time.
+    request.setRawHeader("Accept-Encoding", "identity");
+    reply = manager.get(request);
     connect(reply, SIGNAL(downloadProgress(qint64, qint64)), this, SLOT(downloadProgress(qint64, qint64)));
 }
 
@@ -62,8 +67,9 @@ void QtDownload::downloadFinished(QNetworkReply* data)
     if (error == QNetworkReply::NoError) {
         QFile file(target);
         if (file.open(QIODevice::WriteOnly)) {
-            // The result is dropped: a short write shows in the digest on the next start.
-            file.write(data->readAll());
+            // Not an error of the transfer: of a file, it shows in the digest on the next start.
+            const QByteArray body = data->readAll();
+            writtenShort = file.write(body) != body.size() || !file.flush();
             file.close();
         } else {
             window.Log("ERROR: Could not save the file, admin permission might be needed: " + filePath);
@@ -72,8 +78,7 @@ void QtDownload::downloadFinished(QNetworkReply* data)
     }
 
     // Not deleted at once: this slot runs inside a signal of the reply's manager.
-    reply->deleteLater();
-    reply = nullptr;
+    std::exchange(reply, nullptr)->deleteLater();
     window.TransferFinished(this, error);
 }
 

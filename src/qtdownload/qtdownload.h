@@ -40,4 +40,7 @@ private:
     QNetworkReply* reply = nullptr; // owned; set while the request runs
     QString target;                 // the local file, for Qt
     QString url;
+
+public:
+    bool writtenShort = false; // the reply was whole, but not all of it could be written
 };
