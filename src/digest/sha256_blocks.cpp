@@ -70,8 +70,8 @@ bool Identify(unsigned int leaf, Identification& answer)
     std::memcpy(&answer, registers, sizeof(answer));
     return true;
 #elif defined(__x86_64__)
-    return __get_cpuid_count(leaf, 0, &answer.a, &answer.b, &answer.c, &answer.d) !=
-           0; // asks for the highest leaf
+    // Looks at the highest leaf itself.
+    return __get_cpuid_count(leaf, 0, &answer.a, &answer.b, &answer.c, &answer.d) != 0;
 #else
     static_cast<void>(leaf);
     static_cast<void>(answer);

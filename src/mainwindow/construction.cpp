@@ -40,13 +40,15 @@ MainWindow::MainWindow()
       ui(new MainWindowForm),
       gameProcessRunning(IsGameProcessRunning("Tessaloom"))
 {
-    CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_ALL, IID_ITaskbarList3,
-                     reinterpret_cast<void**>(&taskbar));
+    void* object = nullptr;
+    CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_ALL, IID_ITaskbarList3, &object);
+    taskbar = static_cast<ITaskbarList3*>(object);
 
     ui->setupUi(this);
     setWindowFlags(windowFlags() | Qt::MSWindowsFixedSizeDialogHint);
+    const auto handle = reinterpret_cast<HWND>(winId());
     const HICON icon = LoadIconA(GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IconResource));
-    SetClassLongPtrA(reinterpret_cast<HWND>(winId()), GCLP_HICON, reinterpret_cast<LONG_PTR>(icon));
+    SetClassLongPtrA(handle, GCLP_HICON, reinterpret_cast<LONG_PTR>(icon));
 
     // The view stays hidden until the page has finished loading.
     ui->WebView->load(QUrl(QString(patchNotesUrl.c_str()), QUrl::TolerantMode));

@@ -50,7 +50,6 @@ void FixTextConventions();
 #define STDMETHODCALLTYPE
 
 using BOOL = int;
-using BYTE = unsigned char;
 using DWORD = std::uint32_t;
 using UINT = unsigned int;
 using HRESULT = std::int32_t;

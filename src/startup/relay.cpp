@@ -9,11 +9,16 @@
 #include "startup/temporaryfolders.h"
 
 namespace {
-// Copies the plain files that stand directly in `from` into the existing folder `to`.
-void CopyPlainFiles(const std::string& from, const std::string& to)
+std::vector<std::string> PlainFiles(const std::string& folder)
 {
     std::vector<std::string> files;
-    ListDirectory(from, files, false);
+    ListDirectory(folder, files, false);
+    return files;
+}
+
+// Copies files that stand directly in `from` into the existing folder `to`.
+void Copy(const std::vector<std::string>& files, const std::string& from, const std::string& to)
+{
     for (const std::string& file : files) {
         std::string rest = file;
         ReplaceAll(rest, from, "");
@@ -32,12 +37,13 @@ void Relay(const std::string& currentDirectory)
     const std::string folder = TemporaryFolderName(number);
 
     CreateDirectoryA(folder.c_str(), nullptr);
-    CopyPlainFiles(currentDirectory, currentDirectory + "\\" + folder);
+    Copy(PlainFiles(currentDirectory), currentDirectory, currentDirectory + "\\" + folder);
 
     // Qt looks for its platform plugin here.
     const std::string plugins = "\\platforms";
+    const std::vector<std::string> pluginFiles = PlainFiles(currentDirectory + plugins);
     CreateDirectoryA((folder + plugins).c_str(), nullptr);
-    CopyPlainFiles(currentDirectory + plugins, currentDirectory + "\\" + folder + plugins);
+    Copy(pluginFiles, currentDirectory + plugins, currentDirectory + "\\" + folder + plugins);
 
     // The copy inherits this directory, and knows by it what kind of run it is.
     const std::string temporaryPath = currentDirectory + "\\" + folder + "\\";

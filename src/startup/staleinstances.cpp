@@ -16,7 +16,10 @@ void TerminateOtherInstances()
         if (process == self || !Equals(ProcessName(process), ownName))
             continue;
         if (const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process)) {
-            TerminateProcess(handle, 0); // a refusal leaves that process running
+            // The number may have gone to another process since its name was read; the open handle holds it
+            // now.
+            if (Equals(ProcessName(process), ownName))
+                TerminateProcess(handle, 0); // a refusal leaves that process running
             CloseHandle(handle);
         }
     }

@@ -12,7 +12,8 @@ extern std::string patchNotesUrl;
 // Prefix of the local copy of the file list, relative to the launcher's folder.
 extern const std::string parentPrefix;
 
-// Name of the temporary folders, before their number. A path that holds it is never touched by an update.
+// Name of the temporary folders, before their number. The removal of what is not listed passes over every
+// path that holds it.
 extern const std::string tempFolderStem;
 
 // Digest of the installed executable when the window opened; empty before that. If it differs at the end of

@@ -39,7 +39,7 @@ bool Signal(const Process& process, int signal)
     if (syscall(SYS_pidfd_send_signal, process.folder, signal, nullptr, 0) == 0)
         return true;
     // An old kernel, or one that forbids the call, knows signals by number only.
-    return errno == ENOSYS && kill(process.id, signal) == 0;
+    return (errno == ENOSYS || errno == EPERM) && kill(process.id, signal) == 0;
 }
 } // namespace
 
