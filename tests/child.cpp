@@ -1,6 +1,7 @@
-// A harmless program for the process tests. It reports and ends if KACHEL_REPORT names a file; else it waits
-// to be ended, and gives up after a while.
+// A harmless program for the process tests. It reports and ends if KACHEL_REPORT names a file; else it says
+// that it runs, waits to be ended, and gives up after a while.
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,10 +11,13 @@ int main(int argc, char**)
 {
     if (const char* report = std::getenv("KACHEL_REPORT")) {
         // Under its own name only when it is complete.
-        const std::string part = std::string(report) + ".part";
-        std::ofstream(part) << std::filesystem::current_path().u8string() << '\n' << argc - 1 << " arguments";
-        std::filesystem::rename(part, report);
+        const std::filesystem::path part = std::filesystem::u8path(std::string(report) + ".part");
+        std::ofstream(part, std::ios::binary) << std::filesystem::current_path().u8string() << '\n'
+                                              << argc - 1 << " arguments";
+        std::filesystem::rename(part, std::filesystem::u8path(report));
         return 0;
     }
+    std::puts("running");
+    std::fflush(stdout);
     std::this_thread::sleep_for(std::chrono::seconds(60));
 }

@@ -357,12 +357,12 @@ private slots:
         MainWindow& window = OpenStill(test);
         for (const char* message : {"A", "B ö", ""})
             window.Log(message);
-        window.FlushLog(false);      // no time has passed yet
-        window.lastLogCheck -= 0.15; // time passes, and counts once
+        window.FlushLog(false);     // no time has passed yet
+        window.lastLogCheck -= 0.1; // time passes, and counts once
         window.FlushLog(false);
         window.FlushLog(false);
         QCOMPARE(window.logModel->rowCount(), 0);
-        window.lastLogCheck -= 0.06;
+        window.lastLogCheck -= 0.11;
         window.FlushLog(false);
         QCOMPARE(window.logModel->rowCount(), 4);
         window.Log("C");

@@ -221,7 +221,8 @@ private slots:
         const std::string path = tree.Path("large");
         QVERIFY(WriteFile(path, ""));
         std::error_code error;
-        std::filesystem::resize_file(path, (std::uintmax_t{1} << 32) + 5, error); // a hole, no disk space
+        std::filesystem::resize_file(std::filesystem::u8path(path), (std::uintmax_t{1} << 32) + 5,
+                                     error); // a hole, no disk space
         if (error)
             QSKIP("the disk takes no file of 4 GiB");
 

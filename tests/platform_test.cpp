@@ -357,7 +357,7 @@ private slots:
         QVERIFY(!EnumProcessModules(handle, &module, sizeof(module), &needed));
         QVERIFY(CloseHandle(handle));
         for (const DWORD access : {read, DWORD(PROCESS_TERMINATE)})
-            QVERIFY(!OpenProcess(access, FALSE, id));
+            QTRY_VERIFY(!OpenProcess(access, FALSE, id));
         if (!removed)
             QSKIP("a running program can't be removed on this system");
     }
@@ -448,12 +448,11 @@ private slots:
         QWidget window;
         const HWND handle = reinterpret_cast<HWND>(window.winId());
         const HICON icon = LoadIconA(GetModuleHandleA(nullptr), MAKEINTRESOURCEA(102));
-        if (IsWindows())
-            QSKIP("the test program carries no icon");
         QVERIFY(icon);
         QVERIFY(!LoadIconA(GetModuleHandleA(nullptr), MAKEINTRESOURCEA(103)));
         SetClassLongPtrA(handle, GCLP_HICON, reinterpret_cast<LONG_PTR>(icon));
-        QVERIFY(!window.windowIcon().pixmap(32, 32).isNull());
+        if (!IsWindows()) // whose own window bears it, past Qt
+            QVERIFY(!window.windowIcon().pixmap(32, 32).isNull());
     }
 
     // There is an object or there is none, and the result says which.

@@ -33,6 +33,11 @@ class StartupTest : public QObject
     Q_OBJECT
 
 private slots:
+    void cleanup()
+    {
+        qunsetenv(ReportVariable);
+    }
+
     // `#` stands for the stem of the temporary folders. The program to start is there in every row.
     void relay_data()
     {
@@ -98,7 +103,6 @@ private slots:
         QTRY_VERIFY(PathExists(report));
         const std::string startedIn = QDir::toNativeSeparators(endedIn).toStdString();
         QCOMPARE(ReadFile(report).c_str(), (startedIn + "\n0 arguments").c_str());
-        qunsetenv(ReportVariable);
     }
 
     // In a process of a name that no other has: a second run of this test is not to be ended.

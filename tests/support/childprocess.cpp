@@ -12,7 +12,8 @@ ChildProcess::ChildProcess(const std::string& path)
     if (!CopyChildProgram(path))
         return;
     process.start(QString::fromStdString(path), QStringList());
-    process.waitForStarted();
+    // On Windows a process has no modules, and so no name, until its libraries are loaded.
+    process.waitForReadyRead();
 }
 
 ChildProcess::~ChildProcess()

@@ -63,7 +63,7 @@ void End(QTcpSocket& socket, Script::End end)
 void SendFrom(QPointer<QTcpSocket> socket, const Script& script, const std::vector<std::string>& pieces,
               std::size_t index)
 {
-    if (!socket)
+    if (!socket || !socket->isOpen()) // the other end may be gone
         return;
     if (index == pieces.size()) {
         End(*socket, script.end);

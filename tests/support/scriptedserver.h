@@ -14,8 +14,8 @@ class QTcpSocket;
 struct Script
 {
     int status = 200; // 0: no head, so that it is no HTTP
-    std::string body;
-    std::vector<std::string> headers; // further ones, "Name: value"
+    std::string body = {};
+    std::vector<std::string> headers = {}; // further ones, "Name: value"
     int sendOnly = -1;          // bytes of the body after which the answer breaks off; -1: the whole body
     bool announceLength = true; // a Content-Length with the length of the whole body
     bool chunked = false;       // in chunks of `piece` bytes instead of under a Content-Length

@@ -70,6 +70,13 @@ TemporaryTree::TemporaryTree() : directory(QDir::tempPath() + QString::fromUtf8(
     root = QFileInfo(directory.path()).canonicalFilePath().toUtf8().toStdString();
 }
 
+TemporaryTree::~TemporaryTree()
+{
+    // Windows removes no folder that is the current one of a process.
+    if (QDir::currentPath().startsWith(ToQt(root)))
+        QDir::setCurrent(QDir::tempPath());
+}
+
 std::string TemporaryTree::WindowsRoot() const
 {
     std::string path = root;

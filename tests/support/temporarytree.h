@@ -27,6 +27,7 @@ class TemporaryTree
 {
 public:
     TemporaryTree();
+    ~TemporaryTree();
 
     // The folder's native path, without a closing separator.
     const std::string& Root() const
