@@ -159,9 +159,10 @@ struct Road
     bool EndLaunchers() const
     {
         for (const DWORD process : Launchers()) {
-            const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process);
-            TerminateProcess(handle, 0);
-            CloseHandle(handle);
+            if (const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process)) {
+                TerminateProcess(handle, 0);
+                CloseHandle(handle);
+            }
         }
         return WaitForEnd();
     }

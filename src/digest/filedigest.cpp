@@ -71,25 +71,6 @@ bool ReadIntoBuffer(std::FILE* file, std::int64_t size)
     const std::size_t wanted = static_cast<std::size_t>(size);
     return wanted == 0 || std::fread(digestBuffer, 1, wanted, file) == wanted;
 }
-
-// The digest of a file that is too large for ReadWholeFile; the empty text for any other.
-std::string LargeFileSha256(const std::string& path)
-{
-    std::int64_t left;
-    const File file = OpenFile(path, left);
-    if (file == nullptr || FitsBuffer(left))
-        return {};
-
-    Sha256Context context;
-    while (left > 0) {
-        const std::int64_t piece = std::min(left, PieceSize);
-        if (!ReadIntoBuffer(file.get(), piece))
-            return {};
-        context.Append(digestBuffer, static_cast<std::uint64_t>(piece));
-        left -= piece;
-    }
-    return context.Finish();
-}
 } // namespace
 
 void ReleaseDigestBuffer()
@@ -108,14 +89,23 @@ std::uint8_t* ReadWholeFile(std::string path, std::int64_t& size)
     return digestBuffer;
 }
 
+// In one piece or, if the file is too large for that, in many; decided once, since the available memory
+// moves.
 std::string FileSha256(std::string path)
 {
-    std::int64_t size;
-    const std::uint8_t* const bytes = ReadWholeFile(path, size);
-    if (size == -1)
-        return LargeFileSha256(path);
+    std::int64_t left;
+    const File file = OpenFile(path, left);
+    if (file == nullptr)
+        return {};
 
+    const std::int64_t pieceSize = FitsBuffer(left) ? left : PieceSize;
     Sha256Context context;
-    context.Append(bytes, static_cast<std::uint64_t>(size));
+    while (left > 0) {
+        const std::int64_t piece = std::min(left, pieceSize);
+        if (!ReadIntoBuffer(file.get(), piece))
+            return {};
+        context.Append(digestBuffer, static_cast<std::uint64_t>(piece));
+        left -= piece;
+    }
     return context.Finish();
 }

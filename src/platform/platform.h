@@ -3,8 +3,8 @@
 // The program is written against the Windows calls by their own names. On Windows they come from the system's
 // headers; elsewhere this header declares what the program uses of them, and posix/*.cpp supply it.
 //
-// Paths are Windows paths on every system: both slash kinds are accepted, backslashes are produced. Where there
-// are no drives, an absolute path is the native one with its slashes turned: \home\ada\Game.
+// Paths are Windows paths on every system: both slash kinds are accepted, backslashes are produced. Where
+// there are no drives, an absolute path is the native one with its slashes turned: \home\ada\Game.
 #pragma once
 
 #include <cstdio>
@@ -29,21 +29,20 @@ inline std::string NativePath(const std::string& path)
 }
 
 // Nothing to mend here: the C library's locale stays "C", and the manifest asks for the UTF-8 code page.
-inline void FixTextConventions()
-{
-}
+inline void FixTextConventions() {}
 
 #else
 
 #include <cstddef>
 #include <cstdint>
 
-// The path in the form that Qt and the standard library of this system take. The calls below apply it themselves.
+// The path in the form that Qt and the standard library of this system take. The calls below apply it
+// themselves.
 std::string NativePath(const std::string& path);
 
-// Fixes numbers as text to the "C" format and the local code page to UTF-8, whatever the user's locale is. The
-// entry point calls it first; call it again after a QApplication was constructed, which puts the user's locale in
-// force.
+// Fixes numbers as text to the "C" format and the local code page to UTF-8, whatever the user's locale is.
+// The entry point calls it first; call it again after a QApplication was constructed, which puts the user's
+// locale in force.
 void FixTextConventions();
 
 #define WINAPI
@@ -74,13 +73,13 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE previous, LPSTR commandLine, in
 
 // --- Current directory, folders and files ---
 
-// Bytes written without the closing zero, or the size needed with it when the buffer is too small, which is then
-// left as it was; 0 on failure.
+// Bytes written without the closing zero, or the size needed with it when the buffer is too small, which is
+// then left as it was; 0 on failure.
 DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer);
 BOOL SetCurrentDirectoryA(LPCSTR path);
 // One folder, whose parent exists. `security` is null.
 BOOL CreateDirectoryA(LPCSTR path, void* security);
-// Overwrites unless `failIfExists`; keeps the execute bit.
+// Overwrites, `failIfExists` is FALSE; keeps the execute bit.
 BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists);
 BOOL DeleteFileA(LPCSTR path);
 
@@ -124,8 +123,7 @@ void _aligned_free(void* block);
 
 struct MEMORYSTATUSEX
 {
-    DWORD dwLength; // set by the caller to the size of the record
-    ULONGLONG ullTotalPhys; // bytes
+    DWORD dwLength;         // set by the caller to the size of the record
     ULONGLONG ullAvailPhys; // bytes that can be had without swapping
 };
 BOOL GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
@@ -136,7 +134,8 @@ constexpr DWORD PROCESS_TERMINATE = 0x1;
 constexpr DWORD PROCESS_VM_READ = 0x10;
 constexpr DWORD PROCESS_QUERY_INFORMATION = 0x400;
 DWORD GetCurrentProcessId();
-// `size` and `filled` in bytes; what does not fit is not listed.
+// `size` and `filled` in bytes; what does not fit is not listed, nor is a process whose executable can't be
+// read.
 BOOL EnumProcesses(DWORD* processes, DWORD size, DWORD* filled);
 // Null if the process is gone or the access is refused.
 HANDLE OpenProcess(DWORD access, BOOL inheritHandle, DWORD process);
@@ -150,16 +149,16 @@ BOOL CloseHandle(HANDLE handle);
 // --- Starting programs ---
 
 constexpr int SW_SHOWDEFAULT = 10;
-// A value above 32 only if the program was started. It runs detached, inherits the environment and, without
-// `directory`, the current directory, against which a bare file name is resolved. Sets a missing execute bit.
-// `verb` is "open", and `parameters` is empty: the program gets no arguments.
+// A value above 32 only if the program was started. It runs detached, inherits the environment and the
+// current directory, against which a bare file name is resolved. Sets a missing execute bit. `verb` is
+// "open", `parameters` is empty, so that the program gets no arguments, and `directory` is null.
 HINSTANCE ShellExecuteA(HWND owner, LPCSTR verb, LPCSTR file, LPCSTR parameters, LPCSTR directory, int show);
 
 // --- Messages, icon, taskbar ---
 
 constexpr UINT MB_OK = 0;
 constexpr UINT MB_ICONERROR = 16;
-// Modal; works before any QApplication exists too.
+// Modal; works before any QApplication exists too. `owner` is null.
 int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT type);
 
 constexpr int GCLP_HICON = -14;
@@ -190,7 +189,8 @@ struct ITaskbarList3
     virtual HRESULT STDMETHODCALLTYPE SetProgressState(HWND window, TBPFLAG flags) = 0;
 };
 // Always fails, and sets `object` to null.
-HRESULT CoCreateInstance(const GUID& classId, void* outer, DWORD context, const GUID& interfaceId, void** object);
+HRESULT CoCreateInstance(const GUID& classId, void* outer, DWORD context, const GUID& interfaceId,
+                         void** object);
 
 // --- Time ---
 

@@ -10,14 +10,22 @@
 // Copies the program to `path`, a native one, whose folder exists. False on failure.
 bool CopyChildProgram(const std::string& path);
 
-// Runs from construction on; killed with the object.
+// A copy of the program at `path`, running from construction on; killed with the object.
 class ChildProcess
 {
 public:
-    // Copies the program to `path` and starts it there; IsRunning() says whether that went well.
-    explicit ChildProcess(const std::string& path);
-    ~ChildProcess();
-
+    explicit ChildProcess(const std::string& path)
+    {
+        CopyChildProgram(path);
+        process.start(QString::fromStdString(path), QStringList());
+        // On Windows a process has no modules, and so no name, until its libraries are loaded.
+        process.waitForReadyRead();
+    }
+    ~ChildProcess()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
     bool IsRunning() const
     {
         return process.state() == QProcess::Running;

@@ -7,50 +7,28 @@
 
 #include "platform/platform.h"
 
-// A connection by name that finds no signal or slot is only a warning to Qt: the running test fails on it.
-class BadConnectionsFail
-{
-public:
-    BadConnectionsFail()
-    {
-        Previous() = qInstallMessageHandler(Judge);
-    }
-    ~BadConnectionsFail()
-    {
-        qInstallMessageHandler(Previous());
-    }
+inline QtMessageHandler previousMessageHandler = nullptr;
 
-private:
-    static QtMessageHandler& Previous()
-    {
-        static QtMessageHandler previous = nullptr;
-        return previous;
-    }
-    static void Judge(QtMsgType type, const QMessageLogContext& context, const QString& message)
-    {
-        Previous()(type, context, message);
-        if (message.startsWith("QObject::connect") || message.startsWith("QMetaObject::connectSlotsByName"))
-            QTest::qFail(qPrintable(message), __FILE__, __LINE__);
-    }
-};
+// A connection by name that finds no signal or slot is only a warning to Qt: the running test fails on it.
+inline void FailOnBadConnection(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    previousMessageHandler(type, context, message);
+    if (message.startsWith("QObject::connect") || message.startsWith("QMetaObject::connectSlotsByName"))
+        QTest::qFail(qPrintable(message), __FILE__, __LINE__);
+}
 
 // Runs the test functions of `Test`. The value is for main() to return.
 template <typename Test>
 int RunTest(int argc, char** argv)
 {
-    FixTextConventions();
     QApplication application(argc, argv);
     FixTextConventions();
-
     Test test;
-    // What QTest::qExec() does, which puts its own message handler in place before it runs the first
-    // function.
+    // What QTest::qExec() does, which would put its own message handler in place behind ours.
     QTest::qInit(&test, argc, argv);
-    int result = 0;
-    {
-        const BadConnectionsFail guard;
-        result = QTest::qRun();
-    }
+    previousMessageHandler = qInstallMessageHandler(FailOnBadConnection);
+    const int result = QTest::qRun();
+    qInstallMessageHandler(previousMessageHandler);
     QTest::qCleanup();
     return result;
 }
@@ -76,15 +54,9 @@ void AddRows(const Row (&rows)[Count])
 inline bool PassesElsewhere(const QString& program, const char* function, const char* variable,
                             const QString& value)
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(variable, value);
-    process.setProcessEnvironment(environment);
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(program, {function});
-    const bool passed =
-        process.waitForFinished() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    if (!passed)
-        qWarning("%s", process.readAll().constData());
+    const QByteArray before = qgetenv(variable);
+    qputenv(variable, value.toUtf8());
+    const bool passed = QProcess::execute(program, {function}) == 0;
+    before.isNull() ? qunsetenv(variable) : qputenv(variable, before);
     return passed;
 }

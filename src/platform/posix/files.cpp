@@ -27,11 +27,11 @@ struct Descriptor
     int number;
 };
 
-// O_NONBLOCK: a FIFO would wait for its other end, a device for whatever it likes. It means nothing to a
-// plain file.
+// O_NONBLOCK: a FIFO would wait for its other end, a device for whatever it likes. O_NOCTTY: a terminal would
+// become the program's own. They mean nothing to a plain file.
 int OpenAtOnce(const std::string& path, int flags)
 {
-    return open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC, 0666);
+    return open(path.c_str(), flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
 }
 
 bool IsFile(int descriptor, struct stat& status)
@@ -66,7 +66,7 @@ bool CopyContent(int from, int to)
 
 // Windows refuses a copy onto the file itself or onto a running executable, and leaves no half copy. The
 // system refuses the running executable here too; the rest is looked at before the destination is cut.
-BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists)
+BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL /*failIfExists*/)
 {
     const Descriptor source(OpenAtOnce(NativePath(from), O_RDONLY));
     struct stat sourceStatus;
@@ -74,7 +74,7 @@ BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists)
         return FALSE;
 
     const std::string destinationPath = NativePath(to);
-    Descriptor destination(OpenAtOnce(destinationPath, O_WRONLY | O_CREAT | (failIfExists ? O_EXCL : 0)));
+    Descriptor destination(OpenAtOnce(destinationPath, O_WRONLY | O_CREAT));
     struct stat status;
     if (destination.number < 0 || !IsFile(destination.number, status) ||
         (status.st_dev == sourceStatus.st_dev && status.st_ino == sourceStatus.st_ino))

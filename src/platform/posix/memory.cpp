@@ -1,4 +1,4 @@
-// Aligned blocks, and how much memory there is.
+// Aligned blocks, and how much memory is available.
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -33,22 +33,16 @@ BOOL GlobalMemoryStatusEx(MEMORYSTATUSEX* status)
     if (status->dwLength != sizeof(*status))
         return FALSE;
 
-    ULONGLONG total = 0;
-    ULONGLONG available = 0;
-    // Lines of the form "MemTotal:  16315392 kB".
+    // Lines of the form "MemAvailable:  16315392 kB".
     std::ifstream lines("/proc/meminfo");
     std::string key;
     ULONGLONG kilobytes = 0;
     std::string unit;
-    while ((total == 0 || available == 0) && lines >> key >> kilobytes && std::getline(lines, unit)) {
-        if (key == "MemTotal:")
-            total = kilobytes * 1024;
-        else if (key == "MemAvailable:")
-            available = kilobytes * 1024;
+    while (lines >> key >> kilobytes && std::getline(lines, unit)) {
+        if (key == "MemAvailable:") {
+            status->ullAvailPhys = kilobytes * 1024;
+            return TRUE;
+        }
     }
-    if (total == 0 || available == 0)
-        return FALSE;
-    status->ullTotalPhys = total;
-    status->ullAvailPhys = available;
-    return TRUE;
+    return FALSE;
 }

@@ -26,11 +26,12 @@ struct Process
     pid_t id;
 };
 
-// The path of the executable; empty if the process is gone or may not be read.
-std::string ExecutablePath(int folder)
+// The path of the executable; empty if the process is gone or may not be read. `link` is relative to
+// `folder`.
+std::string ExecutablePath(int folder, const std::string& link = "exe")
 {
     char path[MaxLink];
-    const ssize_t length = readlinkat(folder, "exe", path, sizeof(path));
+    const ssize_t length = readlinkat(folder, link.c_str(), path, sizeof(path));
     return std::string(path, length > 0 ? static_cast<std::size_t>(length) : 0);
 }
 
@@ -48,6 +49,9 @@ DWORD GetCurrentProcessId()
     return static_cast<DWORD>(getpid());
 }
 
+// Windows' table has no kernel threads, hundreds of which could leave no room for the player's processes.
+// They have no executable; but only root is told so, and anyone else may not read it, as with another user's
+// process. Nothing can be done here with a process that has no name, so all of these stay out.
 BOOL EnumProcesses(DWORD* processes, DWORD size, DWORD* filled)
 {
     DIR* table = opendir("/proc");
@@ -60,7 +64,8 @@ BOOL EnumProcesses(DWORD* processes, DWORD size, DWORD* filled)
         const dirent* entry = readdir(table);
         if (!entry)
             break;
-        if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])))
+        if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])) &&
+            !ExecutablePath(dirfd(table), std::string(entry->d_name) + "/exe").empty())
             processes[count++] = static_cast<DWORD>(std::strtoul(entry->d_name, nullptr, 10));
     }
     closedir(table);

@@ -21,8 +21,8 @@ HINSTANCE Result(ULONG_PTR code)
 // Windows resolves the name against the current directory and waits for nothing. Whether a file is a program
 // is not a matter of its mode there: a file that has just been fetched has no execute bit yet, and gets it
 // here.
-HINSTANCE ShellExecuteA(HWND /*owner*/, LPCSTR /*verb*/, LPCSTR file, LPCSTR /*parameters*/, LPCSTR directory,
-                        int /*show*/)
+HINSTANCE ShellExecuteA(HWND /*owner*/, LPCSTR /*verb*/, LPCSTR file, LPCSTR /*parameters*/,
+                        LPCSTR /*directory*/, int /*show*/)
 {
     namespace fs = std::filesystem;
     std::error_code error;
@@ -36,8 +36,6 @@ HINSTANCE ShellExecuteA(HWND /*owner*/, LPCSTR /*verb*/, LPCSTR file, LPCSTR /*p
     if ((status.permissions() & fs::perms::owner_exec) == fs::perms::none)
         fs::permissions(program, Execute, fs::perm_options::add, error); // if not, the start says so
 
-    const QString folder = directory ? QString::fromStdString(NativePath(directory)) : QString();
-    const bool started =
-        QProcess::startDetached(QString::fromStdString(program.string()), QStringList(), folder);
+    const bool started = QProcess::startDetached(QString::fromStdString(program.string()), QStringList());
     return Result(started ? Started : AccessDenied);
 }

@@ -20,7 +20,7 @@ QString IconPath()
 } // namespace
 
 // Windows needs no application object for its box, and shows the text as it stands.
-int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT type)
+int MessageBoxA(HWND /*owner*/, LPCSTR text, LPCSTR caption, UINT type)
 {
     static int argumentCount = 0;
     static char* arguments[] = {nullptr};
@@ -30,7 +30,7 @@ int MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT type)
         FixTextConventions();
     }
 
-    QMessageBox box(QWidget::find(reinterpret_cast<WId>(owner)));
+    QMessageBox box;
     box.setTextFormat(Qt::PlainText);
     box.setWindowTitle(QString::fromUtf8(caption));
     box.setText(QString::fromUtf8(text));
