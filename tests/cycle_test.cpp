@@ -196,6 +196,7 @@ private slots:
         QVERIFY(window.FindChanges(test.tree.WindowsRoot(), content));
         QCOMPARE(Outcome(test).section('\n', -1),
                  QString("Checking for file changes...|249 / 250 files checked   99%|Play disabled|no bar"));
+        qInfo("%s", qPrintable(taskbar.calls.left(200)));
         QVERIFY(taskbar.calls.startsWith("0/10000 state 0 0/10000 state 0 119/10000 239/10000 "));
         QVERIFY(taskbar.calls.endsWith(" 9840/10000 9959/10000 0/10000 state 0 "));
 

@@ -1,7 +1,6 @@
 // The SHA-256 roads against each other and the standard, and files through the shared buffer.
 #include <algorithm>
 #include <filesystem>
-#include <functional>
 #include <random>
 
 #include <QCryptographicHash>
@@ -24,43 +23,17 @@ std::string SecondOpinion(const std::string& message)
     return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().toStdString();
 }
 
-// Calls `feed` with a place and a length for each piece of `size`, up to `largest` long and some of them
-// empty.
-void Cut(std::size_t size, std::size_t largest, const std::function<void(std::size_t, std::size_t)>& feed)
-{
-    static std::mt19937 random;
-    for (std::size_t done = 0, piece; done < size; done += piece) {
-        piece = std::min<std::size_t>(random() % (largest + 1), size - done);
-        feed(done, piece);
-    }
-}
-
+// In random pieces, some of them empty.
 std::string ContextDigest(const std::string& message)
 {
+    static std::mt19937 random;
     Sha256Context context;
-    context.Append(nullptr, 0);
-    Cut(message.size(), 150,
-        [&](std::size_t at, std::size_t piece) { context.Append(Bytes(message) + at, piece); });
+    for (std::size_t done = 0, piece; done < message.size(); done += piece) {
+        piece = std::min<std::size_t>(random() % 150, message.size() - done);
+        context.Append(Bytes(message) + done, piece);
+    }
     const std::string digest = context.Finish();
     return context.Finish() == digest ? digest : "Finish() changes the context";
-}
-
-// With a padding of its own, from an odd address.
-std::string BlockDigest(Sha256BlockFunction feedBlocks, const std::string& message)
-{
-    std::string padded = "x" + message + '\x80';
-    while (padded.size() % 64 != 57)
-        padded += '\0';
-    for (int shift = 56; shift >= 0; shift -= 8)
-        padded += static_cast<char>(std::uint64_t{message.size()} * 8 >> shift);
-    std::array<std::uint32_t, 8> state = Sha256Context::InitialState;
-    Cut(padded.size() / 64, 3, [&](std::size_t at, std::size_t piece) {
-        feedBlocks(state.data(), Bytes(padded) + 1 + 64 * at, piece);
-    });
-    QString text;
-    for (const std::uint32_t word : state)
-        text += QString::asprintf("%08x", word);
-    return text.toStdString();
 }
 
 void WrongBlocks(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count)
@@ -96,12 +69,16 @@ private slots:
         // No power of two, so swapped or repeated blocks show.
         for (int length = 0; length < 1000; ++length)
             messages.push_back(messages.back() + static_cast<char>(length % 251));
-        for (const std::string& message : messages) {
-            const std::string expected = SecondOpinion(message);
-            QCOMPARE(ContextDigest(message), expected);
-            QCOMPARE(BlockDigest(Sha256BlocksPlain, message), expected);
-            if (ProcessorHasShaInstructions())
-                QCOMPARE(BlockDigest(ShaInstructionsBlockFunction(), message), expected);
+        for (const std::string& message : messages)
+            QCOMPARE(ContextDigest(message), SecondOpinion(message));
+
+        // The road not taken above, by the other one; from an odd address.
+        for (std::size_t count = 0; ProcessorHasShaInstructions() && count < 15; ++count) {
+            std::array<std::uint32_t, 8> states[] = {Sha256Context::InitialState,
+                                                     Sha256Context::InitialState};
+            Sha256BlocksPlain(states[0].data(), Bytes(messages.back()) + 1, count);
+            ShaInstructionsBlockFunction()(states[1].data(), Bytes(messages.back()) + 1, count);
+            QVERIFY(states[0] == states[1]);
         }
     }
 
@@ -117,13 +94,14 @@ private slots:
     void filesShareOneBuffer()
     {
         const TemporaryTree tree;
-        const Tree files = {
-            {"a", "1\r\n2\r\n"}, {"b", std::string(1000, 'b')}, {"c", ""}, {"d", "dd"}, {"folder/", ""}};
+        const std::string large(1000, 'b');
+        const Tree files = {{"a", "1\r\n2\r\n"}, {"b", large}, {"c", ""}, {"d", "dd"}, {"folder/", ""}};
         QVERIFY(WriteTree(tree.Root(), files));
         const std::string root = tree.WindowsRoot() + "\\";
         const std::uint8_t* buffer = nullptr;
-        for (const auto& [name, size] :
-             {std::pair("c", 0), {"a", 6}, {"b", 1000}, {"c", 1000}, {"d", 1000}}) {
+        const std::vector<std::pair<const char*, int>> sizes = {
+            {"c", 0}, {"a", 6}, {"b", 1000}, {"c", 1000}, {"d", 1000}};
+        for (const auto& [name, size] : sizes) {
             QCOMPARE(FileSha256(root + name), SecondOpinion(files.at(name)));
             QCOMPARE(digestBufferSize, std::int64_t{size});
             QVERIFY(*name < 'c' || digestBuffer == buffer);
@@ -132,27 +110,18 @@ private slots:
         std::int64_t size = 0;
         const std::uint8_t* const bytes = ReadWholeFile(root + "a", size);
         QCOMPARE(std::string(bytes, bytes + size), files.at("a"));
-        for (const char* name : {"absent", "folder", "folder\\"}) {
-            QVERIFY(FileSha256(root + name).empty() && ReadWholeFile(root + name, size) == buffer);
-            QCOMPARE(size, std::int64_t{-1});
-        }
-    }
 
-    void fileOf4GiBGoesInPieces()
-    {
-        const TemporaryTree tree;
+        // 4 GiB, a hole that takes no space; not on every disk.
         QVERIFY(WriteFile(tree.Path("large"), ""));
-        std::error_code error; // a hole, no disk space
-        std::filesystem::resize_file(std::filesystem::u8path(tree.Path("large")),
-                                     (std::uintmax_t{1} << 32) + 5, error);
-        if (error)
-            QSKIP("the disk takes no file of 4 GiB");
-        const std::string path = tree.WindowsRoot() + "\\large";
-        std::int64_t size = 0;
-        QVERIFY(ReadWholeFile(path, size) == nullptr && size == -1);
-        QCOMPARE(FileSha256(path).c_str(),
-                 "709fc0b74f7c916cedccb212d681c035f36ffbb31ebfe806eb40c31592744eb5");
-        QVERIFY(digestBufferSize < std::int64_t{1} << 28);
+        std::error_code error;
+        std::filesystem::resize_file(std::filesystem::u8path(tree.Path("large")), std::uintmax_t{1} << 32,
+                                     error);
+        for (const char* name : {"large", "absent", "folder", "folder\\"}) {
+            if (*name == 'l' && error)
+                continue;
+            QVERIFY2(ReadWholeFile(root + name, size) == buffer && size == -1, name);
+            QVERIFY2(*name == 'l' || FileSha256(root + name).empty(), name);
+        }
     }
 };
 

@@ -14,18 +14,17 @@ constexpr std::int64_t Limit = std::int64_t(1) << 31;
 
 // Errors with a "!" in front, then warnings; nothing else may be said. `words` holds a word of each, in their
 // order.
-void CompareRemarks(const Remarks& remarks, const QStringList& words)
+void CompareRemarks(const Remarks& remarks, const QStringList& words, const char* what)
 {
     QStringList said;
     for (const std::string& error : remarks.errors)
         said += "!" + QString::fromUtf8(error.c_str());
     for (const std::string& warning : remarks.warnings)
         said += QString::fromUtf8(warning.c_str());
-    bool matches = said.size() == words.size();
+    bool matches = said.size() == words.size() && said.filter("!").size() == words.filter("!").size();
     for (int i = 0; matches && i < said.size(); ++i)
-        matches =
-            said[i].contains(QString(words[i]).remove('!')) && said[i][0] == '!' == (words[i][0] == '!');
-    QVERIFY2(matches && !said.join("").contains('\n'), qPrintable(said.join('|')));
+        matches = said[i].contains(QString(words[i]).remove('!'));
+    QVERIFY2(matches && !said.join("").contains('\n'), qPrintable(what + (": " + said.join('|'))));
 }
 
 std::string FileRecord(const std::string& path, const std::string& content)
@@ -41,71 +40,68 @@ class MakeListTest : public QObject
     Q_OBJECT
 
 private slots:
-    void names_data()
-    {
-        QTest::addColumn<QByteArray>("path");
-        QTest::addColumn<QStringList>("words");
-        const auto row = [](const char* path, const QStringList& words) {
-            QTest::newRow(path) << QByteArray(path) << words;
-        };
-        row("Game\\a b+c (1).map", {});
-        row("100% wool\\%41.txt", {}); // one loose percent sign, and Qt escapes them all
-        row("Game\\list.txt", {});
-        row("com10.txt", {});
-        row("Game\\data", {"no dot"});
-        row("MyList.txt.bak", {"never fetched"});
-        row("50%25.txt", {"address"});
-        row("what?.txt", {"hold", "address"});
-        row("name.", {"end of a name"});
-        row("a.b ", {"end of a name"});
-        row("Straße.map", {"1903"});
-        row("a#b.txt", {"!separates"});
-        row("a\nb.txt", {"!line end"});
-        row("a\rb.txt", {"!line end"});
-        row("bytes\xE4.txt", {"!UTF-8"});
-        row("c:d.txt", {"!whole list"});
-        row("Game\\nul.txt", {"!whole list"});
-        row("Game\\COM1", {"!whole list", "no dot"});
-        row(".. .", {"!whole list"});
-    }
     void names()
     {
-        QFETCH(QByteArray, path);
-        QFETCH(QStringList, words);
-        Remarks remarks;
-        JudgeName(path.toStdString(), remarks);
-        JudgeFile(path.toStdString(), Limit - 1, remarks);
-        CompareRemarks(remarks, words);
+        const std::vector<std::pair<const char*, QStringList>> rows = {
+            {"Game\\a b+c (1).map", {}},
+            {"100% wool\\%41.txt", {}}, // one loose percent sign, and Qt escapes them all
+            {"Game\\list.txt", {}},
+            {"com10.txt", {}},
+            {"Game\\data", {"no dot"}},
+            {"MyList.txt.bak", {"never fetched"}},
+            {"50%25.txt", {"address"}},
+            {"what?.txt", {"hold", "address"}},
+            {"name.", {"end of a name"}},
+            {"a.b ", {"end of a name"}},
+            {"Straße.map", {"1903"}},
+            {"a#b.txt", {"!separates"}},
+            {"a\nb.txt", {"!line end"}},
+            {"a\rb.txt", {"!line end"}},
+            {"bytes\xE4.txt", {"!UTF-8"}},
+            {"c:d.txt", {"!whole list"}},
+            {"Game\\nul.txt", {"!whole list"}},
+            {"Game\\COM1", {"!whole list", "no dot"}},
+            {".. .", {"!whole list"}},
+        };
+        for (const auto& [path, words] : rows) {
+            Remarks remarks;
+            JudgeName(path, remarks);
+            JudgeFile(path, Limit - 1, remarks);
+            CompareRemarks(remarks, words, path);
+        }
     }
 
     void wholeLists()
     {
+        const std::string launcher = "Game\\TessaloomLauncher\\Release\\TessaloomLauncher.exe";
+        const std::string game = "Game\\Tessaloom\\Code\\Current\\Release\\Tessaloom.exe";
         Remarks fine;
-        JudgeList({"Game", "maps"},
-                  {"Game\\TessaloomLauncher\\Release\\TessaloomLauncher.exe",
-                   "Game\\Tessaloom\\Code\\Current\\Release\\Tessaloom.exe", "maps\\Ä.map"},
-                  Limit - 1, fine);
-        CompareRemarks(fine, {});
+        JudgeList({"Game", "maps"}, {launcher, game, "maps\\Ä.map"}, Limit - 1, fine);
+        CompareRemarks(fine, {}, "fine");
         Remarks bad;
         JudgeFile("2gib.bin", Limit, bad);
         JudgeList({"maps", "Maps"}, {"maps\\Ä.map", "maps\\ä.map"}, Limit, bad);
-        CompareRemarks(bad, {"2 GiB", "case from Maps", "case from maps\\Ä", "Launcher.exe: not",
-                             "Tessaloom.exe: not", "All files together"});
+        CompareRemarks(
+            bad, {"2 GiB", "case from Maps", "case from maps\\Ä", "Launcher", "Tessaloom.exe", "together"},
+            "bad");
     }
 
-    // "+" listed, "-" left out, "?" left out with a warning.
+    // "+": listed, "-": left out, "?": left out with a warning.
     void leftOut()
     {
-        for (const char* row :
-             {"-List.txt", "-Game\\TessaloomLauncher\\List.txt", "+Game\\List.txt", "-unins000.exe",
-              "-Game\\logs\\engineLog.txt", "?webBrowserLog.txt\\page.bin", "?unins000.dat.old",
-              "+UNINS000.EXE", "?Game\\LAUNCHER_TEMP_EXE_FOLDER1\\x.dll",
-              "-Game\\TessaloomLauncher\\Release\\LAUNCHER_TEMP_EXE_FOLDER12\\platforms\\x.dll",
-              "?Game\\TessaloomLauncher\\Release\\LAUNCHER_TEMP_EXE_FOLDER\\x.dll"}) {
+        const char rows[] =
+            "-List.txt|-Game\\TessaloomLauncher\\List.txt|+Game\\List.txt|-unins000.exe|+UNINS000.EXE|"
+            "-Game\\logs\\engineLog.txt|?webBrowserLog.txt\\page.bin|?unins000.dat.old|"
+            "-Game\\TessaloomLauncher\\Release\\LAUNCHER_TEMP_EXE_FOLDER12\\platforms\\x.dll|"
+            "?Game\\TessaloomLauncher\\Release\\LAUNCHER_TEMP_EXE_FOLDER\\x.dll|"
+            "?Game\\LAUNCHER_TEMP_EXE_FOLDER1\\x.dll";
+        for (const QString& row : QString(rows).split('|')) {
+            const std::string path = row.mid(1).toStdString();
             Remarks remarks;
-            JudgeLeftOut(row + 1, remarks);
+            JudgeLeftOut(path, remarks);
             const bool quiet = remarks.warnings.empty();
-            QVERIFY2(row[0] == (IsLeftOut(row + 1) ? quiet ? '-' : '?' : quiet ? '+' : '!'), row);
+            const char got = IsLeftOut(path) ? (quiet ? '-' : '?') : (quiet ? '+' : '!');
+            QVERIFY2(row[0] == got, qPrintable(row));
         }
     }
 
@@ -115,24 +111,23 @@ private slots:
     {
         const TemporaryTree tree;
         QVERIFY(WriteTree(tree.Root(), {{"b.txt", "content"}, {"List.txt", "half a list"}}));
-        QVERIFY(WriteTree(tree.Path("Game"), {{"a+b/z.dat", std::string(3000, 'x')},
-                                              {"a.b/deep/er/50%.map", ""},
-                                              {"empty/", ""},
-                                              {"logs/engineLog.txt", "log"}}));
+        const std::string large(3000, 'x');
+        QVERIFY(
+            WriteTree(tree.Path("Game"), {{"a+b/z.dat", large}, {"a.b/deep/50%.map", ""}, {"empty/", ""}}));
+        QVERIFY(WriteTree(tree.Path("Game"), {{"logs/engineLog.txt", "log"}}));
         Remarks remarks;
         const std::string list = MakeList(tree.Root() + "/", remarks, [](std::size_t, std::size_t) {});
-        QCOMPARE(list, "D#Game\nD#Game\\a+b\nD#Game\\a.b\nD#Game\\a.b\\deep\nD#Game\\a.b\\deep\\er\n" +
-                           FileRecord("Game\\a+b\\z.dat", std::string(3000, 'x')) +
-                           FileRecord("Game\\a.b\\deep\\er\\50%.map", "") + FileRecord("b.txt", "content"));
-        CompareRemarks(remarks,
-                       {"Game\\empty: an empty directory", "Game\\logs: holds only files that are left out",
-                        "Launcher.exe: not", "Tessaloom.exe: not"});
+        QCOMPARE(list, "D#Game\nD#Game\\a+b\nD#Game\\a.b\nD#Game\\a.b\\deep\n" +
+                           FileRecord("Game\\a+b\\z.dat", large) +
+                           FileRecord("Game\\a.b\\deep\\50%.map", "") + FileRecord("b.txt", "content"));
+        CompareRemarks(
+            remarks, {"empty: an empty", "logs: holds only files", "Launcher.exe", "Tessaloom.exe"}, "tree");
 
         QVERIFY(WriteFile(tree.Path("List.txt"), list));
         std::vector<std::string> lines;
         ContentList content;
         ReadListLines(lines, tree.WindowsRoot() + "\\List.txt");
-        QVERIFY(ParseFileList(lines, content) && content.directories.size() + content.fileNames.size() == 8);
+        QVERIFY(ParseFileList(lines, content) && content.directories.size() + content.fileNames.size() == 7);
     }
 
     // A list that is not whole must not be taken for one.
@@ -140,18 +135,16 @@ private slots:
     {
         const TemporaryTree tree;
         QVERIFY(WriteTree(tree.Root(),
-                          {{"good/a.txt", "x"}, {"bad/nul.txt", "x"}, {"bad/a.txt", "x"}, {"empty/", ""}}));
+                          {{"good/a.txt", "x"}, {"bad/nul.txt", "x"}, {"bad/b", "x"}, {"empty/", ""}}));
         QString codes; // and a "+" for a list
-        for (const char* folder : {"good", "bad", "absent", "good/a.txt", "empty"}) {
+        for (const char* folder : {"good", "bad", "absent", "good/a.txt", "empty", "-h"}) {
             QProcess command;
-            command.start(QCoreApplication::applicationDirPath() + "/../make-list",
-                          {QString::fromStdString(tree.Path(folder))});
-            command.waitForFinished();
-            codes +=
-                QString::number(command.exitCode()) + (command.readAllStandardOutput().isEmpty() ? "" : "+");
+            const QString argument = *folder == '-' ? folder : QString::fromStdString(tree.Path(folder));
+            command.start(QCoreApplication::applicationDirPath() + "/../make-list", {argument});
+            codes += command.waitForFinished() ? QString::number(command.exitCode()) : "(not run)";
+            codes += command.readAllStandardOutput().isEmpty() ? "" : "+";
         }
-        QCOMPARE(codes, QString("0+1111"));
-        QCOMPARE(QProcess::execute(QCoreApplication::applicationDirPath() + "/../make-list", {"-h"}), 2);
+        QCOMPARE(codes, QString("0+11112"));
     }
 };
 
