@@ -18,11 +18,14 @@ fi
 export compiler
 # Says the file's name once the compiler has accepted it; a file that includes Qt is passed over.
 check_source() {
-    if $compiler -std=c++17 -M -MG -Isrc "$1" | grep -qE '(^| )Q[A-Z][A-Za-z]*( |$)'; then
-        return 0
+    local errors
+    if errors=$($compiler -std=c++17 -Wall -Wextra -Werror -DUPDATE_SERVER_HOST='"host"' -DPATCH_NOTES_HOST='"host"' \
+        -msha -mssse3 -msse4.1 -Isrc -fsyntax-only "$1" 2>&1); then
+        echo "$1"
+    elif [[ ! $errors =~ 'fatal error: Q'[A-Za-z]+': No such file' ]]; then
+        echo "$errors" >&2
+        return 1
     fi
-    $compiler -std=c++17 -Wall -Wextra -Werror -DUPDATE_SERVER_HOST='"host"' -DPATCH_NOTES_HOST='"host"' \
-        -msha -mssse3 -msse4.1 -Isrc -fsyntax-only "$1" && echo "$1"
 }
 export -f check_source
 accepted=$(find src -name '*.cpp' ! -path 'src/platform/*' -print0 |
