@@ -135,7 +135,7 @@ private slots:
     {
         const TemporaryTree tree;
         QVERIFY(WriteTree(tree.Root(),
-                          {{"good/a.txt", "x"}, {"bad/nul.txt", "x"}, {"bad/b", "x"}, {"empty/", ""}}));
+                          {{"good/a.txt", "x"}, {"bad/a#b.txt", "x"}, {"bad/b", "x"}, {"empty/", ""}}));
         QString codes; // and a "+" for a list
         for (const char* folder : {"good", "bad", "absent", "good/a.txt", "empty", "-h"}) {
             QProcess command;
