@@ -9,8 +9,7 @@ supervisor=$PWD/tools/scripts/supervise.pl
 # start_launcher: starts the installed launcher as a player does. Nothing of this system's Qt or compiler is in reach:
 # the relay and its copy find their libraries beside themselves.
 start_launcher() {
-    (cd "$release" && exec env -u WINEPATH -u QT_PLUGIN_PATH \
-        perl "$supervisor" "$report" wine64 ./TessaloomLauncher.exe >>"$sample/launcher.log" 2>&1 </dev/null) &
+    (cd "$release" && exec perl "$supervisor" "$report" wine64 ./TessaloomLauncher.exe >>"$sample/launcher.log" 2>&1 </dev/null) &
     started+=($!)
 }
 # "PID FOLDER" of every running temporary copy.
@@ -61,7 +60,7 @@ play_road() {
     # The game needs libraries too; of version 1 there is only its text file.
     cp -r "$published/Game/TessaloomLauncher/Release"/{*.dll,platforms} "$published/$game/"
     # By the list maker for Windows, which ends its lines as Windows does.
-    wine64 "$build/make-list.exe" "$(wine_path "$published")" >"$sample/List.txt" 2>"$sample/make-list.log" </dev/null ||
+    WINEPATH=$libraries wine64 "$build/make-list.exe" "$(wine_path "$published")" >"$sample/List.txt" 2>"$sample/make-list.log" </dev/null ||
         { cat "$sample/make-list.log"; give_up "make-list failed." "Its own words are above."; }
     tr -d '\r' <"$sample/List.txt" >"$published/List.txt"
     make_installed_tree
