@@ -88,7 +88,7 @@ pixels() {
 # Pure white on a ground of its own, and none of the gold that the page has.
 log_is_visible() {
     take_picture "$sample/now.png"
-    (($(pixels "$sample/now.png" white) > 1000 && $(pixels "$sample/now.png" '#191919') > 50000 &&
+    (($(pixels "$sample/now.png" white) > 500 && $(pixels "$sample/now.png" '#191919') > 50000 &&
         $(pixels "$sample/now.png" '#ffd873') < 100))
 }
 press() { xdotool mousemove --window "$window" "$1" "$2" click 1; }

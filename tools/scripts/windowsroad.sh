@@ -16,7 +16,7 @@ start_launcher() {
 temporary_copies() {
     local file program
     for file in /proc/[0-9]*/cmdline; do
-        IFS= read -r -d '' program <"$file" 2>/dev/null || continue
+        { IFS= read -r -d '' program <"$file"; } 2>/dev/null || continue
         program=${program//\"/}
         if [[ $program == "$(wine_path "$release")"'\LAUNCHER_TEMP_EXE_FOLDER'* ]]; then
             program=${program%\\*}
@@ -40,6 +40,7 @@ copy_is_whole() { diff "$sample/installed.files" <(program_files "$release/$laun
 only_one_launcher() { (($(temporary_copies | wc -l) == 1)); }
 # The link is drawn in a colour that nothing else in the window has.
 link_is_visible() { take_picture "$sample/now.png" && (($(pixels "$sample/now.png" '#2a82da') > 100)); }
+log_has_replaced_link() { log_is_visible && ! link_is_visible; }
 box=
 find_box() {
     box=$(xdotool search --onlyvisible --name '^Error$' 2>/dev/null | head -n 1)
@@ -88,7 +89,9 @@ play_road() {
     sleep 1
     take_picture "$pictures/downloading.png"
     wait_for 180 ended "$first" || true
-    verify "the launcher fetched another version of itself, and ended with 0" ended_well "$first"
+    # Wine's ShellExecute waits until the new program is idle, and Windows' does not: so the new launcher meets the old
+    # one and ends it, and its exit code says nothing here.
+    verify "the launcher fetched another version of itself, and has gone" ended "$first"
     wait_for 60 find_launcher "$first" || give_up "The new launcher did not start." "Look into $sample/launcher.log."
     second=$launcherPid
     wait_for 60 find_window && wait_for 60 play_is_enabled || true
@@ -107,9 +110,9 @@ play_road() {
     wait_for 60 find_launcher "$second" && wait_for 60 find_window && wait_for 60 play_is_enabled || true
     verify "and has the only one, with Play enabled" only_one_launcher
     press 130 24
-    wait_for 10 log_is_visible || true
+    wait_for 10 log_has_replaced_link || true
     cp "$sample/now.png" "$pictures/log.png"
-    verify "the log is on the second tab" log_is_visible
+    verify "the log is on the second tab" log_has_replaced_link
 
     # Any program will do, since only its name counts.
     rm "$tree/readme.txt"
