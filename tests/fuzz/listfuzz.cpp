@@ -28,7 +28,7 @@ bool LeavesTree(std::string path)
         if (path.find('/', start) == std::string::npos)
             break;
     }
-    const std::string tree = "/home/player/tree/";
+    const std::string tree = "/player/tree/";
     for (const std::string& joined : {tree + path, tree + windows}) {
         if (std::filesystem::path(joined).lexically_normal().string().compare(0, tree.size(), tree) != 0)
             return true;
