@@ -1,8 +1,8 @@
 # Part of "cmake --install" of a mingw-w64 build: lays the libraries that `program` needs beside it, and the platform
 # plugin where Qt looks for it. What none of the folders has is the system's own.
 #
-# Set before: `program` and `plugin`, files; `libraryFolders`, a list; `objdump`, the tool that names a file's
-# libraries; `destination`, below the prefix.
+# Set before: `program` and `plugin`, files; `libraryFolders`, a list; `objdump` and `strip`, the tools that name a
+# file's libraries and drop what only a debugger wants; `destination`, below the prefix.
 # CMake's GET_RUNTIME_DEPENDENCIES is of no use here: it turns the names to lower case and then does not find them.
 
 cmake_policy(VERSION 3.25)
@@ -23,5 +23,12 @@ while(toRead)
     endforeach()
 endwhile()
 
+set(folder "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/${destination}")
 file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/${destination}" TYPE SHARED_LIBRARY FILES ${libraries})
+# Every start of the launcher copies them, and nine tenths of the compiler's are for a debugger. With
+# their dates, also the one inside, since players fetch again what differs.
+foreach(library IN LISTS libraries)
+    cmake_path(GET library FILENAME name)
+    execute_process(COMMAND ${strip} --strip-unneeded --preserve-dates "${folder}/${name}" COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
 file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/${destination}/platforms" TYPE MODULE FILES "${plugin}")
