@@ -137,6 +137,8 @@ play_road() {
 
     start_launcher
     wait_for 60 find_launcher "$fourth" && wait_for 60 find_window && wait_for 60 play_is_enabled || true
+    # A window that is not painted yet is as dark as an enabled button.
+    wait_for 60 tree_equals_list >/dev/null || true
     verify "without it the next start mends the tree" tree_equals_list
     local last=$launcherPid
     press 686 425
