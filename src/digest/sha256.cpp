@@ -23,7 +23,7 @@ void Sha256Context::Reset()
 
 void Sha256Context::Append(const std::uint8_t* data, std::uint64_t length)
 {
-    const Sha256BlockFunction feedBlocks = FastestBlockFunction();
+    const Sha256BlockFunction feedBlocks = ChosenBlockFunction();
 
     if (bufferedBytes > 0) {
         const std::uint64_t taken = std::min(length, BlockSize - bufferedBytes);
@@ -60,7 +60,7 @@ std::array<std::uint8_t, 32> Sha256Context::FinishBytes() const
                    padded.data() + blocks * BlockSize - LengthSize);
 
     std::array<std::uint32_t, 8> words = state;
-    FastestBlockFunction()(words.data(), padded.data(), blocks);
+    ChosenBlockFunction()(words.data(), padded.data(), blocks);
 
     std::array<std::uint8_t, 32> digest;
     for (std::size_t i = 0; i < words.size(); ++i)

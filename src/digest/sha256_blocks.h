@@ -1,9 +1,10 @@
-// The inner part of SHA-256: feeding whole 64-byte blocks into a hash state, in plain C++ and with the
-// processor's SHA instructions, and the choice between the two.
+// The inner part of SHA-256: feeding whole 64-byte blocks into a hash state. Several functions do that, each
+// in a file of its own; the fastest one that works on this processor is chosen at run time.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 // Feeds `count` blocks of 64 bytes, at any address, into the eight words of `state`.
 using Sha256BlockFunction = void (*)(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count);
@@ -11,18 +12,24 @@ using Sha256BlockFunction = void (*)(std::uint32_t* state, const std::uint8_t* b
 // Runs on every processor.
 void Sha256BlocksPlain(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count);
 
-// The function that uses the SHA instructions; call it only if ProcessorHasShaInstructions. Null where the
-// program is built for other processors.
-Sha256BlockFunction ShaInstructionsBlockFunction();
+// Uses the SHA instructions of x86-64 processors. Call it only if Sha256Implementations names it.
+void Sha256BlocksShani(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count);
 
-// True if this processor has all that the function above uses.
-bool ProcessorHasShaInstructions();
+struct Sha256Implementation
+{
+    const char* name;
+    Sha256BlockFunction function;
+};
 
-// `candidate` if it digests a known block right; the plain function if not, or if it is null.
-Sha256BlockFunction ProvenBlockFunction(Sha256BlockFunction candidate);
+// What this processor can run, the fastest first. The last one is Sha256BlocksPlain.
+std::vector<Sha256Implementation> Sha256Implementations();
 
-// The fastest function that works on this processor; found out at the first call.
-Sha256BlockFunction FastestBlockFunction();
+// The first candidate that digests a known block correctly; Sha256BlocksPlain if none does.
+Sha256BlockFunction FirstProvenBlockFunction(const std::vector<Sha256Implementation>& candidates);
 
-// What both functions add in each of the 64 rounds. Aligned for vector loads.
+// The function that every digest uses: at first the fastest that works on this processor, found out at the
+// first call. May be assigned to compare the functions, while no other thread takes a digest.
+Sha256BlockFunction& ChosenBlockFunction();
+
+// What each of the 64 rounds adds. Aligned for vector loads.
 alignas(16) extern const std::uint32_t Sha256RoundConstants[64];

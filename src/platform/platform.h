@@ -15,6 +15,7 @@
 
 #include <windows.h>
 
+#include <intrin.h>
 #include <io.h>
 #include <malloc.h>
 #include <psapi.h>
@@ -127,6 +128,13 @@ struct MEMORYSTATUSEX
     ULONGLONG ullAvailPhys; // bytes that can be had without swapping
 };
 BOOL GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
+
+// --- The processor: only where it is a 64-bit Intel or AMD one ---
+
+// The four registers a, b, c, d of the identification's leaf. Leaf 0 gives the highest leaf in a; what a
+// higher one gives means nothing.
+void __cpuid(int registers[4], int leaf);
+void __cpuidex(int registers[4], int leaf, int subleaf);
 
 // --- Processes ---
 

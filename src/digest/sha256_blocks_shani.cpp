@@ -2,8 +2,6 @@
 // so nothing else belongs here.
 #include "digest/sha256_blocks.h"
 
-#if defined(__x86_64__) || defined(_M_X64)
-
 #include <immintrin.h>
 
 // The rounds are a chain: each pair waits for the one before it, 4 cycles long, and 128 cycles a block is as
@@ -34,8 +32,9 @@ inline void Schedule(__m128i& w0, __m128i w1, __m128i w2, __m128i w3)
     const __m128i sum = _mm_add_epi32(_mm_sha256msg1_epu32(w0, w1), _mm_alignr_epi8(w3, w2, 4));
     w0 = _mm_sha256msg2_epu32(sum, w3);
 }
+} // namespace
 
-void Blocks(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count)
+void Sha256BlocksShani(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count)
 {
     const std::uint32_t* const k = Sha256RoundConstants;
 
@@ -98,18 +97,3 @@ void Blocks(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count)
     _mm_storeu_si128(words, _mm_blend_epi16(feba, dchg, 0xf0));
     _mm_storeu_si128(words + 1, _mm_alignr_epi8(dchg, feba, 8));
 }
-} // namespace
-
-Sha256BlockFunction ShaInstructionsBlockFunction()
-{
-    return Blocks;
-}
-
-#else
-
-Sha256BlockFunction ShaInstructionsBlockFunction()
-{
-    return nullptr;
-}
-
-#endif
