@@ -12,8 +12,8 @@
 #include <QStringListModel>
 #include <QTcpSocket>
 
-#include "mainwindow/filelist.h"
-#include "mainwindow/installedtree.h"
+#include "gametree/filelist.h"
+#include "gametree/installedtree.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
 #include "startup/strings.h"

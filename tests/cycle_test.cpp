@@ -10,14 +10,14 @@
 #include <QStringListModel>
 
 #include "form/mainwindowform.h"
-#include "mainwindow/filelist.h"
+#include "gametree/filelist.h"
 #include "mainwindow/speedmeter.h"
-#include "platform/taskbarstub.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
 #include "support/childprocess.h"
 #include "support/testmain.h"
 #include "support/windowundertest.h"
+#include "taskbarstub.h"
 
 namespace {
 // A window whose ticks come from the test alone.

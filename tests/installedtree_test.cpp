@@ -1,11 +1,11 @@
 // The two judges that keep an update inside its tree.
-#include "mainwindow/installedtree.h"
+#include "gametree/installedtree.h"
 
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
 
-#include "mainwindow/filelist.h"
+#include "gametree/filelist.h"
 #include "support/temporarytree.h"
 #include "support/testmain.h"
 

@@ -1,5 +1,5 @@
 // The file list, from the file to its records.
-#include "mainwindow/filelist.h"
+#include "gametree/filelist.h"
 #include "support/temporarytree.h"
 #include "support/testmain.h"
 

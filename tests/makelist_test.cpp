@@ -4,7 +4,7 @@
 #include <QProcess>
 #include <QtTest>
 
-#include "mainwindow/filelist.h"
+#include "gametree/filelist.h"
 #include "makelist/makelist.h"
 #include "platform/platform.h"
 #include "support/temporarytree.h"

@@ -7,12 +7,12 @@
 #include <QProgressBar>
 
 #include "digest/filedigest.h"
+#include "gametree/filelist.h"
 #include "helpers/files.h"
 #include "helpers/numbers.h"
 #include "helpers/text.h"
-#include "mainwindow/filelist.h"
+#include "helpers/wrapping.h"
 #include "mainwindow/mainwindow.h"
-#include "mainwindow/wrapping.h"
 #include "startup/launchercontext.h"
 
 namespace {

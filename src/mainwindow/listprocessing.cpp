@@ -1,10 +1,10 @@
 // From the local copy of the file list to a reconciled tree and a filled queue.
 #include <QLabel>
 
+#include "gametree/filelist.h"
+#include "gametree/installedtree.h"
 #include "helpers/files.h"
 #include "helpers/numbers.h"
-#include "mainwindow/filelist.h"
-#include "mainwindow/installedtree.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"

@@ -3,9 +3,9 @@
 
 #include "helpers/numbers.h"
 #include "helpers/text.h"
+#include "helpers/wrapping.h"
 #include "mainwindow/mainwindow.h"
 #include "mainwindow/speedmeter.h"
-#include "mainwindow/wrapping.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
 

@@ -5,10 +5,10 @@
 
 #include <QCoreApplication>
 
+#include "gametree/filelist.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
-#include "mainwindow/filelist.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/strings.h"

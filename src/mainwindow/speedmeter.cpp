@@ -1,6 +1,6 @@
 #include "mainwindow/speedmeter.h"
 
-#include "mainwindow/wrapping.h"
+#include "helpers/wrapping.h"
 #include "startup/steadyclock.h"
 
 SpeedMeter::SpeedMeter() : lastTick(SteadyClock::Instance().Seconds()) {}

@@ -6,7 +6,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 
-#include "mainwindow/installedtree.h"
+#include "gametree/installedtree.h"
 #include "mainwindow/mainwindow.h"
 #include "mainwindow/speedmeter.h"
 #include "qtdownload/qtdownload.h"

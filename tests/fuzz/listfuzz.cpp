@@ -7,7 +7,7 @@
 #include <fstream>
 #include <random>
 
-#include "mainwindow/filelist.h"
+#include "gametree/filelist.h"
 
 namespace {
 // Not the judge that is on trial. Windows drops dots and blanks at the end of each name.

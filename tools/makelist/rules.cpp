@@ -6,9 +6,9 @@
 #include <QString>
 #include <QUrl>
 
+#include "gametree/installedtree.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
-#include "mainwindow/installedtree.h"
 #include "startup/strings.h"
 
 namespace {

@@ -1,11 +1,11 @@
-#include "mainwindow/filelist.h"
+#include "gametree/filelist.h"
 
 #include <cstdlib>
 #include <fstream>
 
+#include "gametree/installedtree.h"
 #include "helpers/text.h"
-#include "mainwindow/installedtree.h"
-#include "mainwindow/wrapping.h"
+#include "helpers/wrapping.h"
 #include "platform/platform.h"
 
 namespace {

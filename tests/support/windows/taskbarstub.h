@@ -1,10 +1,8 @@
-// A base for taskbar objects of one's own: every operation of the interface that the program does not use
+// A base for taskbar objects of the tests: every operation of the interface that the program does not use
 // does nothing. Derive from it and give SetProgressValue and SetProgressState a body.
 #pragma once
 
 #include "platform/platform.h"
-
-#ifdef _WIN32
 
 // Not counted: it lives as long as its creator keeps it.
 struct TaskbarStub : ITaskbarList3
@@ -42,11 +40,3 @@ struct TaskbarStub : ITaskbarList3
     HRESULT STDMETHODCALLTYPE SetThumbnailClip(HWND, RECT*) override { return S_OK; }
     // clang-format on
 };
-
-#else
-
-struct TaskbarStub : ITaskbarList3
-{
-};
-
-#endif

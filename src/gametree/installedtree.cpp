@@ -1,4 +1,4 @@
-#include "mainwindow/installedtree.h"
+#include "gametree/installedtree.h"
 
 #include <algorithm>
 
