@@ -57,19 +57,44 @@ bool FitsBuffer(std::int64_t size)
            static_cast<ULONGLONG>(size) <= memory.ullAvailPhys + static_cast<ULONGLONG>(digestBufferSize);
 }
 
-// Reads the next `size` bytes into the buffer, which grows if it has to. False if they did not all come.
+// Makes the buffer hold at least `size` bytes. Its content is lost if it has to grow. If there is no memory
+// for that, no buffer is left.
+bool GrowBuffer(std::int64_t size)
+{
+    if (size <= digestBufferSize)
+        return true;
+    ReleaseDigestBuffer();
+    digestBuffer =
+        static_cast<std::uint8_t*>(_aligned_malloc(static_cast<std::size_t>(size), BufferAlignment));
+    if (digestBuffer != nullptr)
+        digestBufferSize = size;
+    return digestBuffer != nullptr;
+}
+
+// Reads the next `size` bytes into the buffer. False if they did not all come.
 bool ReadIntoBuffer(std::FILE* file, std::int64_t size)
 {
-    if (size > digestBufferSize) {
-        ReleaseDigestBuffer();
-        digestBuffer =
-            static_cast<std::uint8_t*>(_aligned_malloc(static_cast<std::size_t>(size), BufferAlignment));
-        if (digestBuffer == nullptr)
-            return false;
-        digestBufferSize = size;
-    }
     const std::size_t wanted = static_cast<std::size_t>(size);
     return wanted == 0 || std::fread(digestBuffer, 1, wanted, file) == wanted;
+}
+
+// The same result as FileSha256, for a file that does not fit the buffer.
+std::string FileSha256InPieces(const std::string& path)
+{
+    std::int64_t left;
+    const File file = OpenFile(path, left);
+    if (file == nullptr || !GrowBuffer(PieceSize))
+        return {};
+
+    Sha256Context context;
+    while (left > 0) {
+        const std::int64_t piece = std::min(left, PieceSize);
+        if (!ReadIntoBuffer(file.get(), piece))
+            return {};
+        context.Append(digestBuffer, static_cast<std::uint64_t>(piece));
+        left -= piece;
+    }
+    return context.Finish();
 }
 } // namespace
 
@@ -84,28 +109,25 @@ void ReleaseDigestBuffer()
 std::uint8_t* ReadWholeFile(std::string path, std::int64_t& size)
 {
     const File file = OpenFile(path, size);
-    if (file != nullptr && !(FitsBuffer(size) && ReadIntoBuffer(file.get(), size)))
+    if (file == nullptr)
+        return digestBuffer;
+    if (!FitsBuffer(size) || !GrowBuffer(size))
+        return nullptr;
+    if (!ReadIntoBuffer(file.get(), size))
         size = -1;
     return digestBuffer;
 }
 
-// In one piece or, if the file is too large for that, in many; decided once, since the available memory
-// moves.
 std::string FileSha256(std::string path)
 {
-    std::int64_t left;
-    const File file = OpenFile(path, left);
-    if (file == nullptr)
+    std::int64_t size;
+    const std::uint8_t* const bytes = ReadWholeFile(path, size);
+    if (size < 0)
         return {};
+    if (bytes == nullptr && size > 0)
+        return FileSha256InPieces(path);
 
-    const std::int64_t pieceSize = FitsBuffer(left) ? left : PieceSize;
     Sha256Context context;
-    while (left > 0) {
-        const std::int64_t piece = std::min(left, pieceSize);
-        if (!ReadIntoBuffer(file.get(), piece))
-            return {};
-        context.Append(digestBuffer, static_cast<std::uint64_t>(piece));
-        left -= piece;
-    }
+    context.Append(bytes, static_cast<std::uint64_t>(size));
     return context.Finish();
 }
