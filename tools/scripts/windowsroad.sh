@@ -150,7 +150,8 @@ play_road() {
     printf '\nPictures in %s\n' "$pictures"
     if ((failed)); then
         say "RESULT: $failed of $((failed + verified)) points were NOT verified. The sample is left in $sample."
-        return 1
+        result=1
+    else
+        say "RESULT: the whole road was verified, all $verified points."
     fi
-    say "RESULT: the whole road was verified, all $verified points."
 }
