@@ -26,16 +26,13 @@ need_packages() {
         asRoot=(sudo)
     fi
     echo "Installing packages: ${missing[*]}"
+    local install=("${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive
+        apt-get install -y -q --no-install-recommends "${missing[@]}")
     # The lists of a machine may be older than the packages they name: fetch them only where they are missing or
     # the installation fails without.
-    if ! "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -q --no-install-recommends "${missing[@]}" >/dev/null 2>&1; then
-        "${asRoot[@]}" apt-get update -q
-        "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive \
-            apt-get install -y -q --no-install-recommends "${missing[@]}" || {
-            echo "apt-get could not install all of: ${missing[*]}" >&2
-            echo "Its own words are above. Install them by hand, then start this again." >&2
-            exit 1
-        }
-    fi
+    "${install[@]}" || { "${asRoot[@]}" apt-get update -q && "${install[@]}"; } || {
+        echo "apt-get could not install all of: ${missing[*]}" >&2
+        echo "Its own words are above. Install them by hand, then start this again." >&2
+        exit 1
+    }
 }
