@@ -3,11 +3,14 @@
 #include <cmath>
 
 #include <QElapsedTimer>
+#include <QListView>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QScrollBar>
 #include <QStringListModel>
+#include <QTabWidget>
 
 #include "form/mainwindowform.h"
 #include "gametree/filelist.h"
@@ -273,6 +276,26 @@ private slots:
         seen += window.logModel->stringList().join('|');
         seen.replace(QRegularExpression("\\[\\d\\d:\\d\\d:\\d\\d\\] "), "@");
         QCOMPARE(seen.section(' ', 0, 6), QString("0 0 0 3 @C|@|@B ö|@Current directory"));
+    }
+
+    // New lines leave the scroll bar where it is, and the widest line can be scrolled to its end.
+    void logWhileRead()
+    {
+        WindowUnderTest test;
+        MainWindow& window = OpenStill(test);
+        window.ui->TabControl->setCurrentIndex(1);
+        const QListView& view = *window.ui->LogListView;
+        for (int i = 0; i < 3000; ++i)
+            window.Log("Downloading file");
+        window.FlushLog(true);
+        QTRY_VERIFY(view.verticalScrollBar()->maximum() > 2500);
+        view.verticalScrollBar()->setValue(2250);
+        window.Log(std::string(300, 'W'));
+        window.Log(std::string(400, 'i')); // more characters, but narrower
+        window.FlushLog(true);
+        const int widest = view.sizeHintForIndex(window.logModel->index(1)).width();
+        QTRY_VERIFY(view.horizontalScrollBar()->maximum() + view.viewport()->width() >= widest);
+        QCOMPARE(view.verticalScrollBar()->value(), 2250);
     }
 
     void ticks()

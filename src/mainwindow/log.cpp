@@ -1,9 +1,15 @@
 // The running record on the "Log" tab: in memory only, newest line on top.
+#include <algorithm>
+#include <cmath>
+
+#include <QFontMetricsF>
+#include <QListView>
 #include <QStringListModel>
 
 #include "helpers/numbers.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
+#include "startup/launchercontext.h"
 #include "startup/steadyclock.h"
 
 namespace {
@@ -13,6 +19,26 @@ std::string TwoDigits(std::int32_t value)
 {
     const std::string digits = IntText(value);
     return digits.size() < 2 ? "0" + digits : digits;
+}
+
+// The width in pixels of the widest of the first `count` lines. A line counts as the sum of the widths of its
+// characters. Its text layout would be slightly narrower, because of kerning, and take fifty times as long.
+int WidestLine(const QStringList& lines, int count, const QFont& font)
+{
+    const QFontMetricsF metrics(font);
+    std::vector<float> widths(0x10000); // by character; 0 means not measured yet
+    float widest = 0.0f;
+    for (int i = 0; i < count; ++i) {
+        float sum = 0.0f;
+        for (const QChar character : lines[i]) {
+            float& width = widths[character.unicode()];
+            if (width == 0.0f)
+                width = static_cast<float>(metrics.horizontalAdvance(character));
+            sum += width;
+        }
+        widest = std::max(widest, sum);
+    }
+    return static_cast<int>(std::ceil(widest));
 }
 } // namespace
 
@@ -48,6 +74,13 @@ void MainWindow::FlushLog(bool force)
         const std::string& line = pendingLogLines[static_cast<std::size_t>(count - 1 - row)];
         logModel->setData(logModel->index(row, 0, QModelIndex()), QVariant(QString(line.c_str())),
                           Qt::EditRole);
+    }
+    if (count > 0) {
+        // The view measures no line: the grid makes room for the widest, and for the margins around it.
+        QListView& view = *LauncherContext::Instance().LogListView;
+        const int height = view.sizeHintForRow(0);
+        const int width = WidestLine(logModel->stringList(), count, view.font()) + height;
+        view.setGridSize(view.gridSize().expandedTo(QSize(width, height)));
     }
     pendingLogLines.clear();
     logElapsed = 0.0;
