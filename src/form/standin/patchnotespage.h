@@ -3,9 +3,8 @@
 // browser.
 #pragma once
 
-#include <QWidget>
+#include <QLabel>
 
-class QLabel;
 class QUrl;
 
 // Owned by its view.
@@ -21,7 +20,9 @@ signals:
     void loadFinished(bool ok);
 };
 
-class QWebEngineView : public QWidget
+// A label, so that the settings which the window makes on the view reach the text itself. The link opens by a
+// click, and by Enter when it has the focus.
+class QWebEngineView : public QLabel
 {
     Q_OBJECT
 
@@ -35,7 +36,9 @@ public:
         return notes;
     }
 
+protected:
+    void focusInEvent(QFocusEvent* event) override;
+
 private:
     QWebEnginePage* notes;
-    QLabel* link;
 };
