@@ -34,13 +34,9 @@ public slots:
 public:
     std::int32_t lastReceived = 0; // bytes that the meter has booked, low 32 bits
     std::string filePath;          // the local file, for messages and for the test whether it arrived
-
-private:
     QNetworkAccessManager manager; // one each: a shared one would open no more than six connections to a host
     QNetworkReply* reply = nullptr; // owned; set while the request runs
     QString target;                 // the local file, for Qt
     QString url;
-
-public:
-    bool writtenShort = false; // the reply was whole, but not all of it could be written
+    bool writtenShort = false; // the reply was complete, but not all of it could be written
 };
