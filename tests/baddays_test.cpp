@@ -13,7 +13,7 @@
 #include <QTcpSocket>
 
 #include "gametree/filelist.h"
-#include "gametree/installedtree.h"
+#include "gametree/layout.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
 #include "startup/strings.h"
@@ -122,7 +122,6 @@ const CutRow cutRows[] = {
     {"closed after a while", Cut(10000, End::Close, 3)},
     {"a trickle, closed", Cut(10000, End::Close, 0, 1000)},
     {"a trickle, reset", Cut(10000, End::Reset, 0, 1000)},
-    {"packed unasked", {200, std::string(20000, 'x'), {"Content-Encoding: gzip"}, 10000}},
 };
 
 // The status at which the player closes the window, and what the server does meanwhile.

@@ -14,6 +14,7 @@
 
 #include "form/mainwindowform.h"
 #include "gametree/filelist.h"
+#include "gametree/layout.h"
 #include "mainwindow/speedmeter.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
@@ -27,6 +28,7 @@ namespace {
 MainWindow& OpenStill(WindowUnderTest& test)
 {
     test.Open().updateTimer.stop();
+    judgedRoot = TreeRoot(); // as the first tick would
     return *test.window;
 }
 
@@ -184,10 +186,9 @@ private slots:
         MainWindow& window = OpenStill(test);
         RecordingTaskbar taskbar;
         window.taskbar = &taskbar;
-        ContentList content; // of absent files without a digest: nothing differs
-        content.fileNames.resize(250, "absent");
-        content.fileDigests.resize(250);
-        QVERIFY(window.FindChanges(test.tree.WindowsRoot(), content));
+        const QString list = QString("F#absent#0#\n").repeated(250); // without a digest: nothing differs
+        QVERIFY(WriteFile(test.tree.Path("Game/TessaloomLauncher/List.txt"), list.toStdString()));
+        QVERIFY(window.ProcessFileList() == ListResult::Complete);
         const QString seen =
             "Checking for file changes...|249 / 250 files checked   99%|Play disabled|no bar";
         QCOMPARE(Seen(test).section('\n', -1), seen);

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "processes/processname.h"
 #include "startup/launchercontext.h"
@@ -68,8 +69,8 @@ private slots:
         const std::string report = reports.Path("report");
         qputenv(ReportVariable, QByteArray::fromStdString(report));
         QVERIFY(WriteTree(tree.Root(), Standing(spared + "|" + removed)));
-        QVERIFY(CopyChildProgram(tree.Path(launcherFileName)));
-        const std::string program = ReadFile(tree.Path(launcherFileName));
+        QVERIFY(CopyChildProgram(tree.Path(LauncherFileName)));
+        const std::string program = ReadFile(tree.Path(LauncherFileName));
 
         const std::string folder = tempFolderStem + std::to_string(number);
         Tree expected = Standing(spared);
@@ -77,7 +78,7 @@ private slots:
         expected[folder + "/platforms/"];
         for (const auto& [path, content] : Standing(copied))
             expected[folder + "/" + path] = content;
-        for (const std::string& path : {launcherFileName, folder + "/" + launcherFileName})
+        for (const std::string& path : {std::string(LauncherFileName), folder + "/" + LauncherFileName})
             expected[path] = program;
 
         const QString directory = QDir::currentPath();

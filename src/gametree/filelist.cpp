@@ -1,23 +1,25 @@
 #include "gametree/filelist.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 
-#include "gametree/installedtree.h"
+#include "gametree/listedpath.h"
 #include "helpers/text.h"
 #include "helpers/wrapping.h"
 #include "platform/platform.h"
 
 namespace {
-constexpr int UsedFields = 4; // of a record
+constexpr int MostFields = 4; // that a record uses
 
-// The line up to its last field that counts. Behind it, a line of some megabytes can hold as many others.
-std::string UsedPart(const std::string& line)
+// Splits off at most the fields that a record uses, however long the line is.
+void SplitRecord(const std::string& line, std::vector<std::string>& fields)
 {
     std::size_t end = line.find('#');
-    for (int fields = 1; fields < UsedFields && end != std::string::npos; ++fields)
+    for (int found = 1; found < MostFields && end != std::string::npos; ++found)
         end = line.find('#', end + 1);
-    return line.substr(0, end);
+    fields.clear();
+    SplitString(line.substr(0, end), "#", fields);
 }
 } // namespace
 
@@ -44,25 +46,46 @@ void SplitString(const std::string& text, const std::string& delimiter, std::vec
     fields.push_back(text.substr(start));
 }
 
+void ContentList::AddDirectory(const std::string& path)
+{
+    directories.push_back(path);
+    directoryIndex.insert(path);
+}
+
+void ContentList::AddFile(const FileEntry& file)
+{
+    fileNames.push_back(file.path);
+    fileSizes.push_back(file.size);
+    fileDigests.push_back(file.digest);
+    fileNameIndex.insert(file.path);
+}
+
+FileEntry ContentList::File(std::size_t index) const
+{
+    return {fileNames[index], fileSizes[index], fileDigests[index]};
+}
+
 bool ParseFileList(const std::vector<std::string>& lines, ContentList& content)
 {
     std::vector<std::string> fields;
+    std::vector<std::string> counts;
     for (const std::string& line : lines) {
-        fields.clear();
-        SplitString(UsedPart(line), "#", fields);
+        SplitRecord(line, fields);
         if (Equals(fields[0], "D")) {
             if (fields.size() < 2 || !StaysInTree(fields[1]))
                 return false;
-            content.directories.push_back(fields[1]);
+            content.AddDirectory(fields[1]);
         } else if (Equals(fields[0], "F")) {
             if (fields.size() < 4 || !StaysInTree(fields[1]))
                 return false;
-            content.fileNames.push_back(fields[1]);
-            content.fileSizes.push_back(LowBits(std::strtoll(fields[2].c_str(), nullptr, 10)));
-            content.fileDigests.push_back(fields[3]);
+            content.AddFile({fields[1], LowBits(std::strtoll(fields[2].c_str(), nullptr, 10)), fields[3]});
+        } else if (fields[0].empty() && fields.size() >= 2 && Equals(fields[1], RecordCountKey)) {
+            counts.push_back(fields.size() >= 3 ? fields[2] : "");
         }
     }
-    content.directoryIndex.insert(content.directories.begin(), content.directories.end());
-    content.fileNameIndex.insert(content.fileNames.begin(), content.fileNames.end());
-    return !content.fileNames.empty();
+
+    const std::string records = std::to_string(content.directories.size() + content.fileNames.size());
+    const bool complete = std::all_of(counts.begin(), counts.end(),
+                                      [&](const std::string& count) { return Equals(count, records); });
+    return complete && !content.fileNames.empty();
 }

@@ -1,6 +1,7 @@
-// The publisher's file list: its format and its reader.
+// The publisher's file list: its format, its record in memory and its reader.
 //
 // A text file, one record per line, LF or CR LF, fields separated by "#" without quoting:
+//     #records#count         how many D and F records the list holds; optional
 //     D#path                 a directory that the tree must hold
 //     F#path#size#digest     a file that the tree must hold
 // Anything else is skipped. Paths are relative to the tree's root, with backslashes, in the case they have on
@@ -12,17 +13,35 @@
 #include <unordered_set>
 #include <vector>
 
+// The second field of the line that counts the records; the first one is empty.
+constexpr char RecordCountKey[] = "records";
+
+// A listed file.
+struct FileEntry
+{
+    std::string path;
+    std::int32_t size;  // bytes, low 32 bits; only the total of what is fetched is made of it
+    std::string digest; // SHA-256 as text, not validated
+};
+
 // The records in the order of their lines; a path that stands twice is there twice.
 struct ContentList
 {
     std::vector<std::string> directories;
+
+    // Parallel: element i of the three is one FileEntry.
     std::vector<std::string> fileNames;
-    std::vector<std::int32_t> fileSizes;  // bytes, low 32 bits; parallel to the names, for the total only
-    std::vector<std::string> fileDigests; // SHA-256 as text, not validated; parallel to the names
+    std::vector<std::int32_t> fileSizes;
+    std::vector<std::string> fileDigests;
 
     // The same names to look up: a list has as many as the tree has files.
     std::unordered_set<std::string> directoryIndex;
     std::unordered_set<std::string> fileNameIndex;
+
+    void AddDirectory(const std::string& path);
+    void AddFile(const FileEntry& file);
+    // The file at this place, `index` less than the number of files.
+    FileEntry File(std::size_t index) const;
 };
 
 // Appends each line of the file, without its line end, to `lines`. An unreadable file appends nothing.
@@ -31,7 +50,7 @@ void ReadListLines(std::vector<std::string>& lines, const std::string& path);
 // Appends the fields of `text` to `fields`: one more than there are delimiters. `delimiter` is not empty.
 void SplitString(const std::string& text, const std::string& delimiter, std::vector<std::string>& fields);
 
-// Adds the records of the lines to an empty list. False if this is no list to act on: no F record, a record
-// with too few fields, or a path that could leave the tree. A half-arrived list or a foreign page is no order
-// to delete.
+// Adds the records of the lines to `content`, which is empty. False if the list is invalid: it has no F
+// record, a record with too few fields, a path that could leave the tree, or a count that is not the number
+// of its records. Half a list or a foreign page must never be taken for an order to delete.
 bool ParseFileList(const std::vector<std::string>& lines, ContentList& content);

@@ -6,6 +6,7 @@
 #include <QWebEngineView>
 
 #include "helpers/files.h"
+#include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "qtdownload/qtdownload.h"
@@ -48,8 +49,7 @@ const char* NameOf(int error)
 void LogCause(MainWindow& window, int error)
 {
     if (error == QNetworkReply::HostNotFoundError) {
-        // Whatever page the view has tried to load, it came from the same dead network. A later load shows it
-        // again.
+        // The page came from the same dead network, or did not come. A later load shows the view again.
         LauncherContext::Instance().WebView->setHidden(true);
         window.Log("Can not locate host, your internet connection may be down");
     }
@@ -76,7 +76,7 @@ void MainWindow::TransferFinished(QtDownload* transfer, int error)
         EndOffline("Failed to connect to server");
         return;
     }
-    // No room for the list: the part that is there would be an order to delete all the rest.
+    // The disk was full. An incomplete list would delete every file that it no longer names.
     const bool halfList = updateState == UpdateState::FetchingList && transfer->writtenShort;
     if (halfList)
         DeleteFileA(transfer->filePath.c_str());
@@ -87,13 +87,11 @@ void MainWindow::TransferFinished(QtDownload* transfer, int error)
     }
 
     if (updateState == UpdateState::FetchingList) {
-        // Pumps events. `transfer` is not used after it, though it is still there: nothing is drained in this
-        // state.
+        // Processes events, so ticks run in it. None of them deletes `transfer`, whose slot is still on the
+        // stack: nothing is drained in this state.
         const ListResult result = ProcessFileList();
-        if (result == ListResult::Invalid) {
-            EndOffline("List of files is invalid");
+        if (result == ListResult::Refused)
             return;
-        }
         updateState = UpdateState::DownloadingFiles;
         LauncherContext::Instance().ProgressBar->setHidden(false);
         SetProgress(0.0f);

@@ -10,10 +10,12 @@
 
 #include "digest/filedigest.h"
 #include "form/mainwindowform.h"
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "mainwindow/mainwindow.h"
 #include "mainwindow/speedmeter.h"
+#include "platform/platform.h"
 #include "processes/gameprocess.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
@@ -38,7 +40,7 @@ void FillContext(const MainWindowForm& form)
 MainWindow::MainWindow()
     : QMainWindow(nullptr, Qt::WindowFlags()),
       ui(new MainWindowForm),
-      gameProcessRunning(IsGameProcessRunning("Tessaloom"))
+      gameProcessRunning(IsGameProcessRunning(GameName))
 {
     void* object = nullptr;
     CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_ALL, IID_ITaskbarList3, &object);
@@ -72,10 +74,10 @@ MainWindow::MainWindow()
     FillContext(*ui);
 
     // Up to the installed launcher's folder: every relative path of the cycle starts there.
-    const std::string installedFolder = StripPathComponents(CurrentDirectory(), 1);
+    const std::string installedFolder = StripPathComponents(CurrentDirectory(), TemporaryFolderDepth);
     SetCurrentDirectoryA(installedFolder.c_str());
     Log("Current directory after opening temporary application: " + CurrentDirectory());
-    launcherDigest = FileSha256(installedFolder + "\\" + launcherFileName);
+    launcherDigest = FileSha256(installedFolder + "\\" + LauncherFileName);
 }
 
 MainWindow::~MainWindow()

@@ -5,8 +5,10 @@
 #include <QPushButton>
 
 #include "digest/filedigest.h"
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "helpers/text.h"
+#include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"
@@ -15,16 +17,16 @@
 void MainWindow::FinishCycle()
 {
     std::string current = launcherDigest;
-    const std::string path = CurrentDirectory() + "\\" + launcherFileName;
+    const std::string path = CurrentDirectory() + "\\" + LauncherFileName;
     if (FileExists(path))
         current = FileSha256(path);
 
     if (!Equals(current, launcherDigest)) {
-        Log("Restarting launcher since the .exe file was updated: " + launcherFileName);
+        Log(std::string("Restarting launcher since the .exe file was updated: ") + LauncherFileName);
         updateState = UpdateState::Restarting;
-        // Takes effect when this tick has ended; until then the new launcher is on its way already.
+        // The event loop ends after this tick. The new launcher is started before that.
         QCoreApplication::quit();
-        ShellExecuteA(nullptr, "open", launcherFileName.c_str(), "", nullptr, SW_SHOWDEFAULT);
+        ShellExecuteA(nullptr, "open", LauncherFileName, "", nullptr, SW_SHOWDEFAULT);
         return;
     }
 

@@ -2,7 +2,7 @@
 #include <QLabel>
 
 #include "gametree/filelist.h"
-#include "gametree/installedtree.h"
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "helpers/numbers.h"
 #include "mainwindow/mainwindow.h"
@@ -10,7 +10,7 @@
 #include "startup/launchercontext.h"
 
 namespace {
-// Reads and parses the list; false if it is none to act on. The lines are dropped on return.
+// Reads and parses the list. False if it is invalid. The lines are dropped on return.
 bool LoadList(MainWindow& window, const std::string& listPath, ContentList& content)
 {
     std::vector<std::string> lines;
@@ -30,6 +30,8 @@ ListResult MainWindow::ProcessFileList()
     LauncherContext::Instance().StatusText->setText("Looking for updates...");
     const std::string treeRoot = TreeRoot();
     const std::string listPath = ListPath();
+    if (!KeepsJudgedRoot(treeRoot))
+        return ListResult::Refused;
 
     ContentList content;
     const bool valid = LoadList(*this, listPath, content);
@@ -37,8 +39,10 @@ ListResult MainWindow::ProcessFileList()
         DeleteFileA(listPath.c_str());
         Log("Deleted temporary list file");
     }
-    if (!valid)
-        return ListResult::Invalid;
+    if (!valid) {
+        EndOffline("List of files is invalid");
+        return ListResult::Refused;
+    }
 
     const bool complete = ReconcileTree(treeRoot, content) && FindChanges(treeRoot, content);
     return complete ? ListResult::Complete : ListResult::Blocked;

@@ -9,45 +9,22 @@
 #include <QMainWindow>
 #include <QTimer>
 
-#include "platform/platform.h"
-
 class QStringListModel;
 class QtDownload;
 struct ContentList;
+struct ITaskbarList3;
 struct MainWindowForm;
 struct SpeedMeter;
-
-// The phases of the cycle, not in its order: up to DownloadingFiles the tick steps it. UpToDate and what
-// follows end it, and nothing leads back to Idle.
-enum class UpdateState : std::uint32_t
-{
-    Idle,              // nothing has been started yet
-    DownloadingFiles,  // the queue is worked off
-    FetchingList,      // the list is under way, or is being processed
-    UpToDate,          // Play is enabled
-    Offline,           // something failed; Play is enabled as "Play Offline"
-    ProcessesBlocking, // a change is needed while a game process runs; the player is told, then the launcher
-                       // quits
-    Restarting         // the launcher's own file changed; the new one has been started and this one quits
-};
 
 // What became of the file list.
 enum class ListResult
 {
     Complete, // all passes ran to their end
     Blocked,  // a change is needed while a game process runs; only the local list is gone
-    Invalid   // no list to act on; only the local list is gone
+    Refused   // not acted on, and the cycle has ended with the reason in the log
 };
 
-// The state of the cycle is the process's, and outlives the window. GUI thread only.
-extern UpdateState updateState;
-extern std::int32_t sleepCountdown; // ticks until the next sleep
-extern bool filesWereQueued;        // the queue has held a file
-extern bool waitNoticePending;      // the line about waiting for the last transfers is still to be logged
-
-// How many transfers run at once.
-constexpr std::size_t MaxTransfers = 15;
-
+// The operations stand in the order of an update, under the name of the file that holds them.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -59,50 +36,28 @@ public:
     // When it returns the timer runs, but no tick has been delivered. Reports no failure.
     MainWindow();
     ~MainWindow() override;
-    // Shows the patch notes whenever a page has loaded, or failed to.
-    void OnPatchNotesLoaded(bool ok);
-
-    // --- tick.cpp ---
-
-    // Steps the cycle from Idle or DownloadingFiles. Only the tick calls it.
-    void RunCycle();
-
-    // --- listprocessing.cpp, reconciliation.cpp, changedetection.cpp ---
-
-    // Reads the local file list, brings the tree's shape in line with it and fills the queue with what
-    // differs. Pumps events, so ticks run inside it; the state stays FetchingList meanwhile.
-    ListResult ProcessFileList();
-    // Removes unlisted files and folders and makes listed folders. False as soon as a change is needed while
-    // a game process runs.
-    bool ReconcileTree(const std::string& treeRoot, const ContentList& content);
-    // Hashes every listed file and queues each that differs. False as soon as one does while a game process
-    // runs.
-    bool FindChanges(const std::string& treeRoot, const ContentList& content);
 
     // --- transfers.cpp ---
 
-    // Starts transfers up to the limit and ends the cycle when nothing is left.
-    void PumpQueue(const std::string& treeRoot);
     // Deletes the old file and starts fetching the new one. Processes no events.
     void StartTransfer(std::string url, std::string localPath);
-
-    // --- completion.cpp ---
-
-    // Judges the end of a transfer, which stays in `transfers` until the next tick. `error` is a
-    // QNetworkReply::NetworkError, 0 for success.
-    void TransferFinished(QtDownload* transfer, int error);
-    // Ends the cycle for good with this status text, and offers "Play Offline".
-    void EndOffline(const std::string& status);
 
     // --- metering.cpp ---
 
     // Books the bytes that a transfer has received so far, and shows amount, speed and fraction.
     void TransferProgress(qint64 received, QtDownload* transfer);
 
-    // --- finish.cpp ---
+    // --- completion.cpp ---
 
-    // Ends a cycle that went well: up to date, or a restart if the launcher's own file has changed.
-    void FinishCycle();
+    // Judges the end of a transfer, which stays in `transfers` until the next tick. `error` is a
+    // QNetworkReply::NetworkError, 0 for success.
+    void TransferFinished(QtDownload* transfer, int error);
+
+    // --- listprocessing.cpp ---
+
+    // Reads the local file list, brings the tree's shape in line with it and fills the queue with what
+    // differs. Processes events, so ticks run inside it; the state stays FetchingList meanwhile.
+    ListResult ProcessFileList();
 
     // --- log.cpp ---
 
@@ -118,11 +73,10 @@ public:
     void SetProgress(float fraction);
 
     // The fields in the order of their construction.
-    MainWindowForm* ui;                 // owned; the widgets are the window's children
-    std::vector<QtDownload*> transfers; // owned; an ended one stays until the next tick
-    std::vector<QtDownload*>
-        finishedTransfers;                // ended, to be deleted on the next tick; points into `transfers`
-    SpeedMeter* speedMeter = nullptr;     // owned; made with the first file transfer
+    MainWindowForm* ui;                         // owned; the widgets are the window's children
+    std::vector<QtDownload*> transfers;         // owned; an ended one stays until the next tick
+    std::vector<QtDownload*> finishedTransfers; // point into `transfers`; the next tick deletes them
+    SpeedMeter* speedMeter = nullptr;           // owned; made with the first file transfer
     std::deque<std::string> fileQueue;    // still to be fetched: paths below the root, with forward slashes
     std::int32_t totalBytes = 0;          // listed sizes of all queued files; wraps at 2 GiB
     std::int32_t receivedBytes = 0;       // over all file transfers; wraps at 2 GiB
@@ -144,7 +98,48 @@ private slots:
 
     // One tick: log, meter, ended transfers, a step of the cycle, events, and now and then a short sleep.
     void Update();
-};
 
-// The local time of day, "hh:mm:ss".
-std::string TimeOfDayText();
+private:
+    // --- construction.cpp ---
+
+    // Shows the patch notes whenever a page has loaded, or failed to.
+    void OnPatchNotesLoaded(bool ok);
+
+    // --- tick.cpp ---
+
+    // Steps the cycle from Idle or DownloadingFiles.
+    void RunCycle();
+    // Starts the cycle: judges the root and asks for the list.
+    void BeginCycle(const std::string& treeRoot);
+    // True if this is still the judged root. Otherwise the cycle has ended.
+    bool KeepsJudgedRoot(const std::string& treeRoot);
+    // Ends the cycle before it can do harm, with this reason in the log.
+    void RefuseToUpdate(const std::string& reason);
+
+    // --- reconciliation.cpp ---
+
+    // Deletes unlisted files, makes listed folders and removes unlisted ones. False as soon as a change is
+    // needed while a game process runs.
+    bool ReconcileTree(const std::string& treeRoot, const ContentList& content);
+
+    // --- changedetection.cpp ---
+
+    // Hashes every listed file and queues each that differs. False as soon as one does while a game process
+    // runs.
+    bool FindChanges(const std::string& treeRoot, const ContentList& content);
+
+    // --- transfers.cpp ---
+
+    // Starts transfers up to the limit and ends the cycle when nothing is left.
+    void WorkOffQueue(const std::string& treeRoot);
+
+    // --- completion.cpp ---
+
+    // Ends the cycle as a failure with this status text, and offers "Play Offline".
+    void EndOffline(const std::string& status);
+
+    // --- finish.cpp ---
+
+    // Ends a cycle that went well: up to date, or a restart if the launcher's own file has changed.
+    void FinishCycle();
+};

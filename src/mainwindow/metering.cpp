@@ -4,6 +4,7 @@
 #include "helpers/numbers.h"
 #include "helpers/text.h"
 #include "helpers/wrapping.h"
+#include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "mainwindow/speedmeter.h"
 #include "qtdownload/qtdownload.h"

@@ -1,6 +1,7 @@
 // The Play button.
 #include <QCoreApplication>
 
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "helpers/text.h"
 #include "mainwindow/mainwindow.h"
@@ -11,15 +12,15 @@ void MainWindow::on_Play_clicked()
     // From the launcher's folder up to "Game", and down to the game's own folder, where it expects to be
     // started.
     std::string folder = CurrentDirectory();
-    for (int i = 0; i < 2; ++i) {
+    for (int i = 0; i < DepthBelowGame; ++i) {
         const int separator = FindLast(folder, "\\");
         if (separator >= 0)
             EraseFrom(folder, separator);
     }
-    folder += "\\Tessaloom\\Code\\Current\\Release\\";
+    folder += std::string("\\") + GameFolderBelowGame + "\\";
 
-    // Nothing is looked at: the launcher ends in any case.
+    // The results are left unread: the launcher ends in any case.
     SetCurrentDirectoryA(folder.c_str());
-    ShellExecuteA(nullptr, "open", "Tessaloom.exe", "", nullptr, SW_SHOWDEFAULT);
+    ShellExecuteA(nullptr, "open", GameFileName, "", nullptr, SW_SHOWDEFAULT);
     QCoreApplication::quit();
 }

@@ -6,24 +6,27 @@
 #include <QProgressBar>
 #include <QPushButton>
 
-#include "gametree/installedtree.h"
+#include "gametree/layout.h"
+#include "gametree/treeroot.h"
+#include "helpers/files.h"
+#include "helpers/text.h"
+#include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "mainwindow/speedmeter.h"
+#include "platform/platform.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
 #include "startup/strings.h"
 
-UpdateState updateState = UpdateState::Idle;
-std::int32_t sleepCountdown = 0;
-
 namespace {
 constexpr std::int32_t TicksBetweenSleeps = 20;
 
-// Set while the box about running processes is open. It pumps messages, so the timer goes on firing.
+// Set while the box about running processes is open. The box has an event loop of its own, from which no
+// second tick may open a second box.
 bool messageBoxOpen = false;
 
-// Destroys the ended transfers that wait in `finished`. `transfers` is their owner: one that it does not hold
-// any more is only dropped.
+// Deletes the ended transfers and empties `finished`. `transfers` is their owner: one that it does not hold
+// any more is not deleted.
 void DrainFinished(std::vector<QtDownload*>& transfers, std::vector<QtDownload*>& finished)
 {
     for (QtDownload* transfer : finished) {
@@ -46,7 +49,7 @@ void MainWindow::Update()
     if (speedMeter)
         speedMeter->Tick();
 
-    // While the list is processed, its transfer waits here with its own slot still on the stack.
+    // While the list is processed, the slot of its ended transfer is still on the stack.
     if (updateState != UpdateState::FetchingList)
         DrainFinished(transfers, finishedTransfers);
 
@@ -63,8 +66,8 @@ void MainWindow::Update()
         QCoreApplication::quit();
     }
 
-    // Anything can run here but another timer tick: the transfers' slots, the whole list processing, Play, a
-    // click on the close button. Nothing is held across it.
+    // The transfers' slots, the whole list processing, Play or a click on the close button can run in this.
+    // Nothing is held across it.
     QCoreApplication::processEvents();
 
     if (--sleepCountdown < 0) {
@@ -76,11 +79,14 @@ void MainWindow::Update()
 void MainWindow::RunCycle()
 {
     const std::string treeRoot = TreeRoot();
-    if (updateState == UpdateState::DownloadingFiles) {
-        PumpQueue(treeRoot);
-        return;
-    }
+    if (updateState == UpdateState::Idle)
+        BeginCycle(treeRoot);
+    else if (KeepsJudgedRoot(treeRoot))
+        WorkOffQueue(treeRoot);
+}
 
+void MainWindow::BeginCycle(const std::string& treeRoot)
+{
     const LauncherContext& context = LauncherContext::Instance();
     context.Play->setEnabled(false);
     context.StatusText->setText("Connecting to server...");
@@ -88,14 +94,35 @@ void MainWindow::RunCycle()
     context.ProgressBar->setHidden(true);
     SetProgress(0.0f);
 
-    // Before the first change, which is the arrival of the list.
-    if (!IsRootOfItsOwn(treeRoot)) {
-        Log("Refusing to update: the folder \"" + treeRoot + "\" holds more than the game");
-        EndOffline("Refusing to update this folder");
+    // Judged before the first change, which is the arrival of the list.
+    const std::string launcherFolder = treeRoot + "\\" + LauncherFolder;
+    if (!Equals(CurrentDirectory(), launcherFolder)) {
+        RefuseToUpdate("the launcher stands in \"" + CurrentDirectory() + "\" and not in \"" +
+                       launcherFolder + "\"");
         return;
     }
+    if (!IsSafeTreeRoot(treeRoot)) {
+        RefuseToUpdate("the folder \"" + treeRoot +
+                       "\" holds other things than the game, or can't be examined");
+        return;
+    }
+    judgedRoot = treeRoot;
 
     const std::string listPath = ListPath();
     updateState = UpdateState::FetchingList;
     StartTransfer(fileListUrl, listPath);
+}
+
+bool MainWindow::KeepsJudgedRoot(const std::string& treeRoot)
+{
+    if (Equals(treeRoot, judgedRoot))
+        return true;
+    RefuseToUpdate("the game's folder was \"" + judgedRoot + "\" and is now \"" + treeRoot + "\"");
+    return false;
+}
+
+void MainWindow::RefuseToUpdate(const std::string& reason)
+{
+    Log("Refusing to update: " + reason);
+    EndOffline("Refusing to update this folder");
 }

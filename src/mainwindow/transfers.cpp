@@ -1,10 +1,12 @@
 // Turns the entries of the queue into running transfers, and notices that nothing is left to do.
 #include <memory>
 
+#include <QFileInfo>
 #include <QLabel>
 
 #include "helpers/files.h"
 #include "helpers/text.h"
+#include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "mainwindow/speedmeter.h"
 #include "platform/platform.h"
@@ -12,10 +14,19 @@
 #include "startup/launchercontext.h"
 #include "startup/strings.h"
 
-bool filesWereQueued = false;
-bool waitNoticePending = true;
+namespace {
+// How many transfers run at once.
+constexpr std::size_t MaxTransfers = 15;
 
-void MainWindow::PumpQueue(const std::string& treeRoot)
+// A link whose target is gone. The new content would be written to where it points.
+bool LeadsNowhere(const std::string& path)
+{
+    const QFileInfo file(QString::fromLocal8Bit(NativePath(path).c_str()));
+    return file.isSymLink() && !file.exists();
+}
+} // namespace
+
+void MainWindow::WorkOffQueue(const std::string& treeRoot)
 {
     LauncherContext::Instance().StatusText->setText("Downloading files...");
     if (!fileQueue.empty())
@@ -44,11 +55,10 @@ void MainWindow::StartTransfer(std::string url, std::string localPath)
 
     try {
         if (FileExists(localPath)) {
-            // Logged whether or not the file went: if it stayed, the end of the transfer decides.
+            // Logged whether or not it was deleted: if it was not, the end of the transfer decides.
             DeleteFileA(localPath.c_str());
             Log("Deleted old file: " + displayName);
-        } else if (PathExists(localPath)) {
-            // A link that leads nowhere, or a pipe: the new content would go through it.
+        } else if (LeadsNowhere(localPath)) {
             DeleteFileA(localPath.c_str());
         }
     } catch (...) {

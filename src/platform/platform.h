@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <ctime>
 #include <string>
+#include <vector>
 
 #ifdef _WIN32
 
@@ -32,6 +33,24 @@ inline std::string NativePath(const std::string& path)
 // Nothing to mend here: the C library's locale stays "C", and the manifest asks for the UTF-8 code page.
 inline void FixTextConventions() {}
 
+// Folders that hold other things than a game, beside those that Qt can name: full paths in the local code
+// page. Some may not exist, and some may be named twice.
+inline std::vector<std::string> SystemFolders()
+{
+    const auto variable = [](const char* name) {
+        char value[MAX_PATH];
+        const DWORD length = GetEnvironmentVariableA(name, value, sizeof(value));
+        return std::string(value, length < sizeof(value) ? length : 0);
+    };
+    std::vector<std::string> folders = {variable("SystemRoot") + "\\Temp",
+                                        variable("USERPROFILE") + "\\Saved Games"};
+    for (const char* name : {"SystemRoot", "ProgramFiles", "ProgramFiles(x86)", "ProgramW6432", "ProgramData",
+                             "CommonProgramFiles", "APPDATA", "LOCALAPPDATA", "PUBLIC", "USERPROFILE",
+                             "OneDrive", "OneDriveConsumer", "OneDriveCommercial"})
+        folders.push_back(variable(name));
+    return folders;
+}
+
 #else
 
 #include <cstddef>
@@ -45,6 +64,10 @@ std::string NativePath(const std::string& path);
 // The entry point calls it first; call it again after a QApplication was constructed, which puts the user's
 // locale in force.
 void FixTextConventions();
+
+// Folders that hold other things than a game, beside those that Qt can name: full paths in the local code
+// page. Some may not exist.
+std::vector<std::string> SystemFolders();
 
 #define WINAPI
 #define STDMETHODCALLTYPE
@@ -75,7 +98,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE previous, LPSTR commandLine, in
 // --- Current directory, folders and files ---
 
 // Bytes written without the closing zero, or the size needed with it when the buffer is too small, which is
-// then left as it was; 0 on failure.
+// then left as it was; 0 on failure. Once the folder has been removed, its last path is given.
 DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer);
 BOOL SetCurrentDirectoryA(LPCSTR path);
 // One folder, whose parent exists. `security` is null.

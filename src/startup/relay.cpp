@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "helpers/text.h"
 #include "platform/platform.h"
@@ -40,7 +41,7 @@ void Relay(const std::string& currentDirectory)
     Copy(PlainFiles(currentDirectory), currentDirectory, currentDirectory + "\\" + folder);
 
     // Qt looks for its platform plugin here.
-    const std::string plugins = "\\platforms";
+    const std::string plugins = std::string("\\") + PluginFolderName;
     const std::vector<std::string> pluginFiles = PlainFiles(currentDirectory + plugins);
     CreateDirectoryA((folder + plugins).c_str(), nullptr);
     Copy(pluginFiles, currentDirectory + plugins, currentDirectory + "\\" + folder + plugins);
@@ -48,5 +49,5 @@ void Relay(const std::string& currentDirectory)
     // The copy inherits this directory, and knows by it what kind of run it is.
     const std::string temporaryPath = currentDirectory + "\\" + folder + "\\";
     SetCurrentDirectoryA(temporaryPath.c_str());
-    ShellExecuteA(nullptr, "open", (temporaryPath + launcherFileName).c_str(), "", nullptr, SW_SHOWDEFAULT);
+    ShellExecuteA(nullptr, "open", (temporaryPath + LauncherFileName).c_str(), "", nullptr, SW_SHOWDEFAULT);
 }

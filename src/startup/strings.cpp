@@ -7,4 +7,3 @@ std::string patchNotesUrl = "https://" PATCH_NOTES_HOST "/launcher.php";
 const std::string parentPrefix = "../";
 const std::string tempFolderStem = "LAUNCHER_TEMP_EXE_FOLDER";
 std::string launcherDigest;
-const std::string launcherFileName = "TessaloomLauncher.exe";

@@ -19,6 +19,3 @@ extern const std::string tempFolderStem;
 // Digest of the installed executable when the window opened; empty before that. If it differs at the end of
 // the cycle, the launcher restarts.
 extern std::string launcherDigest;
-
-// File name of the executable, as it is installed, copied and started.
-extern const std::string launcherFileName;

@@ -1,6 +1,7 @@
 // The entry point. Every start is one of two kinds of run, told apart by the current directory alone: the
 // installed run relays to a temporary copy, and the temporary run opens the window.
 
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "helpers/text.h"
 #include "platform/platform.h"
@@ -30,7 +31,7 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int)
 {
     const std::string currentDirectory = CurrentDirectory();
     if (currentDirectory.empty()) {
-        ShowWrongDirectory("(a folder whose path has 260 characters or more, or cannot be read)");
+        ShowWrongDirectory("(a folder whose path has 260 bytes or more, or cannot be read)");
         return 0;
     }
 
@@ -39,8 +40,9 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int)
         return 0;
     }
 
-    if (!Contains(currentDirectory, "Game/TessaloomLauncher/Release") &&
-        !Contains(currentDirectory, "Game\\TessaloomLauncher\\Release")) {
+    std::string withSlashes = LauncherFolder;
+    ReplaceAll(withSlashes, "\\", "/");
+    if (!Contains(currentDirectory, withSlashes) && !Contains(currentDirectory, LauncherFolder)) {
         ShowWrongDirectory(currentDirectory);
         return 0;
     }

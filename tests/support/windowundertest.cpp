@@ -9,6 +9,7 @@
 #include <QTest>
 #include <QUrl>
 
+#include "gametree/layout.h"
 #include "startup/launchercontext.h"
 #include "startup/steadyclock.h"
 #include "startup/strings.h"
@@ -19,7 +20,7 @@ WindowUnderTest::WindowUnderTest() : startDirectory(QDir::currentPath())
     fileListUrl = updateServerUrl + "List.txt";
     patchNotesUrl = "about:blank";
 
-    WriteFile(tree.Path(LauncherFolder) + "/" + launcherFileName, "launcher");
+    WriteFile(tree.Path(Folder) + "/" + LauncherFileName, "launcher");
     StartAnew();
 }
 
@@ -32,16 +33,12 @@ WindowUnderTest::~WindowUnderTest()
 void WindowUnderTest::StartAnew()
 {
     Close();
-    updateState = UpdateState::Idle;
-    sleepCountdown = 0;
-    filesWereQueued = false;
-    waitNoticePending = true;
+    ResetCycleState();
     launcherDigest.clear();
     LauncherContext::Instance().closing = false;
     SteadyClock::Release();
 
-    const QString temporaryFolder =
-        QString::fromStdString(tree.Path(LauncherFolder) + "/" + tempFolderStem + "1");
+    const QString temporaryFolder = QString::fromStdString(tree.Path(Folder) + "/" + tempFolderStem + "1");
     QDir().mkpath(temporaryFolder);
     QDir::setCurrent(temporaryFolder);
 }

@@ -7,6 +7,7 @@
 
 #include <QString>
 
+#include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "support/scriptedserver.h"
 #include "support/temporarytree.h"
@@ -43,7 +44,7 @@ public:
     void Publish(const Tree& tree);
     static std::string ListOf(const Tree& tree);
 
-    static constexpr const char* LauncherFolder = "Game/TessaloomLauncher/Release";
+    static constexpr const char* Folder = "Game/TessaloomLauncher/Release";
 
     TemporaryTree tree;
     ScriptedServer server;

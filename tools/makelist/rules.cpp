@@ -6,7 +6,8 @@
 #include <QString>
 #include <QUrl>
 
-#include "gametree/installedtree.h"
+#include "gametree/layout.h"
+#include "gametree/listedpath.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
 #include "startup/strings.h"
@@ -15,30 +16,18 @@ namespace {
 // From here on a signed 32-bit counter goes wrong.
 constexpr std::int64_t CounterLimit = std::int64_t(1) << 31;
 
-const std::string LauncherFolder = "Game\\TessaloomLauncher\\Release\\";
-const std::string GameFolder = "Game\\Tessaloom\\Code\\Current\\Release\\";
-const std::string ListName = "List.txt";
-
 // The part of the path for which the launcher spares the file, or the empty text.
 std::string SparedFor(const std::string& path)
 {
-    for (const std::string& part : {tempFolderStem, std::string("unins000.exe"), std::string("unins000.dat"),
-                                    std::string("engineLog.txt"), std::string("webBrowserLog.txt")}) {
-        if (Contains(path, part))
-            return part;
-    }
-    return "";
-}
-
-// The list where the publisher writes it, and where the launcher lays its copy.
-bool IsListItself(const std::string& path)
-{
-    return Equals(path, ListName) || Equals(path, "Game\\TessaloomLauncher\\" + ListName);
+    if (Contains(path, tempFolderStem))
+        return tempFolderStem;
+    const char* name = SparedNameIn(path);
+    return name != nullptr ? name : "";
 }
 
 bool IsInTemporaryFolder(const std::string& path)
 {
-    const std::string start = LauncherFolder + tempFolderStem;
+    const std::string start = std::string(LauncherFolder) + "\\" + tempFolderStem;
     const std::size_t end = path.find_first_not_of("0123456789", start.size());
     return path.compare(0, start.size(), start) == 0 && end != start.size() && end != std::string::npos &&
            path[end] == '\\';
@@ -113,7 +102,7 @@ void JudgeFile(const std::string& path, std::int64_t size, Remarks& remarks)
     if (!Contains(path, "."))
         remarks.warnings.push_back(
             Remark(path, "no dot in the whole path: a running game then stops every update"));
-    if (Contains(path, ListName))
+    if (Contains(path, ListFileName))
         remarks.warnings.push_back(Remark(path, "a path that holds \"List.txt\" is never fetched"));
     if (size >= CounterLimit)
         remarks.warnings.push_back(Remark(path, "2 GiB or more: the launcher's amounts and bar go wrong"));
@@ -133,7 +122,8 @@ void JudgeList(const std::set<std::string>& directories, const std::set<std::str
         }
     }
 
-    for (const std::string& program : {LauncherFolder + launcherFileName, GameFolder + "Tessaloom.exe"}) {
+    for (const std::string& program : {std::string(LauncherFolder) + "\\" + LauncherFileName,
+                                       std::string(GameFolder) + "\\" + GameFileName}) {
         if (files.count(program) == 0)
             remarks.warnings.push_back(Remark(program, "not in the tree: players who have it lose it"));
     }

@@ -16,13 +16,25 @@ std::string NativePath(const std::string& path)
     return native;
 }
 
-// Windows gives the length, or the room needed with the closing zero. A folder whose name holds a backslash
-// can't be written as a Windows path, which is a failure.
+std::vector<std::string> SystemFolders()
+{
+    return {"/etc", "/home", "/media", "/mnt", "/opt", "/run", "/srv", "/tmp", "/usr", "/var", "/var/tmp"};
+}
+
+// Windows gives the length, or the room needed with the closing zero. The current directory can't be removed
+// there: where it was, its last path is given. A folder whose name holds a backslash can't be written as a
+// Windows path, which is a failure.
 DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer)
 {
+    static std::string lastPath;
     std::error_code error;
     std::string path = std::filesystem::current_path(error).string();
-    if (error || path.find('\\') != std::string::npos)
+    if (error == std::errc::no_such_file_or_directory)
+        path = lastPath;
+    else if (error)
+        return 0;
+    lastPath = path;
+    if (path.empty() || path.find('\\') != std::string::npos)
         return 0;
 
     std::replace(path.begin(), path.end(), '/', '\\');

@@ -1,0 +1,49 @@
+// The facts about the game tree, each in this one place: what its folders and files are called, how deep they
+// lie and which files no update touches. The launcher and the publisher's tools take them from here.
+//
+// Paths are relative to the tree's root, with backslashes and without a closing one. The stem of the
+// temporary folders' names stands with the process-wide strings (startup/strings.h).
+#pragma once
+
+#include <string>
+
+// Where the installed launcher stands, in the spelling of paths on disk.
+constexpr char LauncherFolder[] = "Game\\TessaloomLauncher\\Release";
+// Levels from the launcher's folder up to the root.
+constexpr int LauncherFolderDepth = 3;
+// Levels from a temporary folder up to the launcher's folder, directly below which it lies.
+constexpr int TemporaryFolderDepth = 1;
+// The executable, as it is installed, copied and started.
+constexpr char LauncherFileName[] = "TessaloomLauncher.exe";
+// The folder of Qt's platform plugin, below the launcher's.
+constexpr char PluginFolderName[] = "platforms";
+
+// Where the game stands, and is started.
+constexpr char GameFolder[] = "Game\\Tessaloom\\Code\\Current\\Release";
+// Levels from the launcher's folder up to the folder "Game", and the game's folder from there. Play goes this
+// way.
+constexpr int DepthBelowGame = LauncherFolderDepth - 1;
+constexpr const char* GameFolderBelowGame = GameFolder + sizeof("Game\\") - 1;
+constexpr char GameFileName[] = "Tessaloom.exe";
+// The part of the game's name by which a process counts as the game's.
+constexpr char GameName[] = "Tessaloom";
+
+// The published list. A path that holds this name anywhere is never fetched.
+constexpr char ListFileName[] = "List.txt";
+
+// Files of the installer and of the game's own run: a path that holds one of these names anywhere is never
+// deleted as unlisted, and therefore never published.
+constexpr const char* SparedNames[] = {"unins000.exe", "unins000.dat", "engineLog.txt", "webBrowserLog.txt"};
+
+// The first of SparedNames that `path` holds, or null.
+const char* SparedNameIn(const std::string& path);
+
+// True for the list where the publisher keeps it, in the root, and where the launcher lays its copy.
+bool IsListItself(const std::string& path);
+
+// The root of the game tree as the current directory tells it: so many levels above it as the launcher's
+// folder lies deep. Without a closing separator; empty if there are not as many levels.
+std::string TreeRoot();
+
+// The launcher's copy of the list, relative to the current directory: one level above the launcher's folder.
+std::string ListPath();
