@@ -2,16 +2,17 @@
 #include <cmath>
 #include <utility>
 
-#include <QCoreApplication>
 #include <QLabel>
 #include <QProgressBar>
 
 #include "digest/filedigest.h"
 #include "gametree/filelist.h"
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "helpers/numbers.h"
 #include "helpers/text.h"
 #include "helpers/wrapping.h"
+#include "mainwindow/longpass.h"
 #include "mainwindow/mainwindow.h"
 #include "startup/launchercontext.h"
 
@@ -35,7 +36,7 @@ bool MainWindow::FindChanges(const std::string& treeRoot, const ContentList& con
     double shownFraction = -1.0; // so that the first file always shows
     fileQueue.clear();
     for (std::int32_t i = 0; i < count; ++i) {
-        const std::string& path = content.fileNames[i];
+        const FileEntry file = content.File(static_cast<std::size_t>(i));
 
         const double fraction = static_cast<double>(i) / count;
         if (std::fabs(shownFraction - fraction) >= ShownStep) {
@@ -47,25 +48,23 @@ bool MainWindow::FindChanges(const std::string& treeRoot, const ContentList& con
         }
 
         std::string digest;
-        const std::string fullPath = treeRoot + "\\" + path;
+        const std::string fullPath = treeRoot + "\\" + file.path;
         if (FileExists(fullPath)) {
             digest = FileSha256(fullPath);
             if (digest.empty())
-                Log("Failed to open/get hash of file: " + path);
-            // Ticks and slots can run here and below; the digest buffer is not held across it.
-            QCoreApplication::processEvents();
+                Log("Failed to open/get hash of file: " + file.path);
+            ProcessWaitingEvents();
         }
 
-        if (!Equals(content.fileDigests[i], digest) && !Contains(path, "List.txt")) {
+        if (!Equals(file.digest, digest) && !Contains(file.path, ListFileName)) {
             if (gameProcessRunning)
                 return false;
-            std::string queued = path;
+            std::string queued = file.path;
             ReplaceAll(queued, "\\", "/");
             fileQueue.push_back(std::move(queued));
-            totalBytes = WrappingAdd(totalBytes, content.fileSizes[i]);
+            totalBytes = WrappingAdd(totalBytes, file.size);
         }
-        if (i % 10 == 0)
-            QCoreApplication::processEvents();
+        ProcessWaitingEventsAt(static_cast<std::size_t>(i));
     }
 
     context.ProgressBar->setHidden(true);

@@ -1,94 +1,117 @@
-// Brings the shape of the installed tree in line with the file list: unlisted files go, listed folders are
-// made, unlisted folders go. The lines are logged whether or not the operation succeeded; what failed is met
-// again on the next run.
-#include <algorithm>
-
-#include <QCoreApplication>
-
+// Brings the shape of the installed tree in line with the file list, in three passes: delete unlisted files,
+// make listed folders, remove unlisted folders. The lines are logged whether or not the operation succeeded;
+// the next run tries again.
 #include "gametree/filelist.h"
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
+#include "mainwindow/longpass.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/strings.h"
 
 namespace {
-// Files of the installer and of the game's own run, anywhere in a path.
-bool IsSpared(const std::string& path)
+// What a pass does with one of its items.
+enum class Need
 {
-    const auto names = {"unins000.exe", "unins000.dat", "engineLog.txt", "webBrowserLog.txt"};
-    return std::any_of(names.begin(), names.end(), [&](const char* name) { return Contains(path, name); });
+    PassOver, // not even looked at: no events are processed for it either
+    Nothing,  // it is as it should be
+    Change
+};
+
+// Goes through the items in their order and changes those that need it. False as soon as a change is needed
+// while a game process runs.
+template <typename NeedOf, typename Change>
+bool RunPass(const MainWindow& window, const std::vector<std::string>& items, NeedOf needOf, Change change)
+{
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const Need need = needOf(items[i]);
+        if (need == Need::PassOver)
+            continue;
+        if (need == Need::Change) {
+            if (window.gameProcessRunning)
+                return false;
+            change(items[i]);
+        }
+        ProcessWaitingEventsAt(i);
+    }
+    return true;
 }
 
-// Keeps the window alive in a long pass. Ticks and transfers' slots can run here, and the user can close the
-// window; the passes hold only values of their own across it, and run on.
-void Pump(std::size_t index)
+// Every file below the root, relative to it.
+std::vector<std::string> TreeEntries(const std::string& treeRoot)
 {
-    if (index % 10 == 0)
-        QCoreApplication::processEvents();
+    std::vector<std::string> entries;
+    ListDirectory(treeRoot, entries, true);
+    for (std::string& entry : entries)
+        entry.erase(0, treeRoot.size() + 1);
+    return entries;
 }
 
-// The folder that directly holds the file of this entry. A path without a dot is taken for a folder's.
+// The folder that directly holds the file of this entry, which lies below the root. A path without any dot is
+// taken for a folder's.
 std::string FolderOf(const std::string& entry)
 {
-    std::string item = entry;
-    if (Contains(item, "."))
-        EraseFrom(item, LastBackslash(item));
-    return item;
+    std::string folder = entry;
+    if (Contains(folder, ".") && Contains(folder, "\\"))
+        EraseFrom(folder, LastBackslash(folder));
+    return folder;
+}
+
+bool DeleteUnlistedFiles(MainWindow& window, const std::string& prefix,
+                         const std::vector<std::string>& treeEntries, const ContentList& content)
+{
+    const auto needOf = [&](const std::string& entry) {
+        if (Contains(entry, tempFolderStem))
+            return Need::PassOver;
+        const bool stays = content.fileNameIndex.count(entry) != 0 || !FileExists(prefix + entry) ||
+                           SparedNameIn(entry) != nullptr;
+        return stays ? Need::Nothing : Need::Change;
+    };
+    return RunPass(window, treeEntries, needOf, [&](const std::string& entry) {
+        DeleteFileA((prefix + entry).c_str());
+        window.Log("Deleted file: " + entry);
+    });
+}
+
+bool MakeListedFolders(MainWindow& window, const std::string& prefix, const ContentList& content)
+{
+    const auto needOf = [&](const std::string& directory) {
+        return PathExists(prefix + directory) ? Need::Nothing : Need::Change;
+    };
+    return RunPass(window, content.directories, needOf, [&](const std::string& directory) {
+        CreateDirectoryA((prefix + directory).c_str(), nullptr);
+        window.Log("Created directory: " + prefix + directory);
+    });
+}
+
+bool RemoveUnlistedFolders(MainWindow& window, const std::string& prefix,
+                           const std::vector<std::string>& treeEntries, const ContentList& content)
+{
+    const auto needOf = [&](const std::string& entry) {
+        const bool standsInRoot = Contains(entry, ".") && !Contains(entry, "\\");
+        if (standsInRoot || Contains(FolderOf(entry), tempFolderStem))
+            return Need::PassOver;
+        const std::string folder = FolderOf(entry);
+        const bool stays = content.directoryIndex.count(folder) != 0 || !PathExists(prefix + folder);
+        return stays ? Need::Nothing : Need::Change;
+    };
+    return RunPass(window, treeEntries, needOf, [&](const std::string& entry) {
+        const std::string folder = FolderOf(entry);
+        RemoveDirectoryTree(prefix + folder);
+        window.Log("Directory deleted: " + folder);
+    });
 }
 } // namespace
 
 bool MainWindow::ReconcileTree(const std::string& treeRoot, const ContentList& content)
 {
-    const std::string prefix = treeRoot + "\\";
-
     Log("Deleting files and directories that are not in the list");
-    std::vector<std::string> treeEntries;
-    ListDirectory(treeRoot, treeEntries, true);
-    for (std::string& entry : treeEntries)
-        entry.erase(0, prefix.size());
-
-    for (std::size_t i = 0; i < treeEntries.size(); ++i) {
-        const std::string& entry = treeEntries[i];
-        if (Contains(entry, tempFolderStem))
-            continue;
-        const bool listed = content.fileNameIndex.count(entry) != 0;
-        if (!listed && FileExists(prefix + entry) && !IsSpared(entry)) {
-            if (gameProcessRunning)
-                return false;
-            DeleteFileA((prefix + entry).c_str());
-            Log("Deleted file: " + entry);
-        }
-        Pump(i);
-    }
-
-    for (std::size_t i = 0; i < content.directories.size(); ++i) {
-        const std::string path = prefix + content.directories[i];
-        if (GetFileAttributesA(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
-            if (gameProcessRunning)
-                return false;
-            CreateDirectoryA(path.c_str(), nullptr);
-            Log("Created directory: " + path);
-        }
-        Pump(i);
-    }
-
-    for (std::size_t i = 0; i < treeEntries.size(); ++i) {
-        const std::string& entry = treeEntries[i];
-        if (Contains(entry, ".") && !Contains(entry, "\\"))
-            continue; // a file directly in the root
-        const std::string item = FolderOf(entry);
-        if (Contains(item, tempFolderStem))
-            continue;
-        const bool listed = content.directoryIndex.count(item) != 0;
-        if (!listed && PathExists(prefix + item)) {
-            if (gameProcessRunning)
-                return false;
-            RemoveDirectoryTree(prefix + item);
-            Log("Directory deleted: " + item);
-        }
-        Pump(i);
-    }
-    return true;
+    const std::string prefix = treeRoot + "\\";
+    // Not renewed between the passes: a folder is found by the files that it held.
+    const std::vector<std::string> treeEntries = TreeEntries(treeRoot);
+    return DeleteUnlistedFiles(*this, prefix, treeEntries, content) &&
+           MakeListedFolders(*this, prefix, content) &&
+           RemoveUnlistedFolders(*this, prefix, treeEntries, content);
 }
