@@ -36,10 +36,10 @@ QtDownload::~QtDownload()
     }
 }
 
-void QtDownload::setTransfer(const std::string& url, const std::string& path)
+void QtDownload::setTransfer(const std::string& address, const std::string& path)
 {
     lastReceived = 0;
-    this->url = url.c_str();
+    url = address.c_str();
     target = NativePath(path).c_str();
     filePath = path;
 }

@@ -23,7 +23,7 @@ public:
     ~QtDownload() override;
 
     // What to fetch and where to put it; to be called once, before download.
-    void setTransfer(const std::string& url, const std::string& path);
+    void setTransfer(const std::string& address, const std::string& path);
 
 public slots:
     // Starts the request and returns at once.
