@@ -1,4 +1,4 @@
-// The form of the launcher's only window: which widgets there are, where they stand and what they first read.
+// The form of the launcher's only window: its widgets, their places and their first texts.
 #pragma once
 
 class QLabel;

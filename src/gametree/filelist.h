@@ -24,7 +24,7 @@ struct FileEntry
     std::string digest; // SHA-256 as text, not validated
 };
 
-// The records in the order of their lines; a path that stands twice is there twice.
+// The records in the order of their lines. A path that is listed twice is in it twice.
 struct ContentList
 {
     std::vector<std::string> directories;

@@ -11,7 +11,7 @@
 constexpr char LauncherFolder[] = "Game\\TessaloomLauncher\\Release";
 // Levels from the launcher's folder up to the root.
 constexpr int LauncherFolderDepth = 3;
-// Levels from a temporary folder up to the launcher's folder, directly below which it lies.
+// Levels from a temporary folder up to the launcher's folder.
 constexpr int TemporaryFolderDepth = 1;
 // The executable, as it is installed, copied and started.
 constexpr char LauncherFileName[] = "TessaloomLauncher.exe";
@@ -38,11 +38,12 @@ constexpr const char* SparedNames[] = {"unins000.exe", "unins000.dat", "engineLo
 // The first of SparedNames that `path` holds, or null.
 const char* SparedNameIn(const std::string& path);
 
-// True for the list where the publisher keeps it, in the root, and where the launcher lays its copy.
+// True for the published list: in the root, where the publisher keeps it, and where the launcher puts its
+// copy.
 bool IsListItself(const std::string& path);
 
-// The root of the game tree as the current directory tells it: so many levels above it as the launcher's
-// folder lies deep. Without a closing separator; empty if there are not as many levels.
+// The root of the game tree: the current directory, which is the launcher's folder, without its last three
+// components. Without a closing separator; empty if the path has too few components.
 std::string TreeRoot();
 
 // The launcher's copy of the list, relative to the current directory: one level above the launcher's folder.

@@ -12,7 +12,7 @@ bool IsDots(const std::string& component)
            Contains(component, ".");
 }
 
-// A name that means a device in every folder, whatever stands behind its first dot.
+// A name that means a device in every folder, whatever follows its first dot.
 bool IsDevice(const std::string& component)
 {
     std::string stem = component.substr(0, component.find('.'));

@@ -1,5 +1,5 @@
-// The judge of listed paths: whether a path of the published list names something inside the tree. A list
-// with one path that does not is refused as a whole, so no other path is ever deleted, hashed or written.
+// Decides whether a path of the published list names something inside the tree. A list with one path that
+// does not is refused, so no such path is ever deleted, hashed or written.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// The judge of the tree's root. An update deletes whatever the list does not name, so the root must be a
-// folder that holds nothing but the game.
+// Decides whether a folder may be the tree's root. An update deletes whatever the list does not name, so the
+// root must hold nothing but the game.
 #pragma once
 
 #include <string>

@@ -40,7 +40,7 @@ bool PathExists(const std::string& path)
 
 void RemoveDirectoryTree(const std::string& path)
 {
-    // The result is dropped: what stays is met again on the next run.
+    // The result is dropped: the next run tries again.
     QDir(QString(NativePath(path).c_str())).removeRecursively();
 }
 

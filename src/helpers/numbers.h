@@ -7,10 +7,11 @@
 // Decimal digits with a leading "-" for a negative value; no grouping, no padding.
 std::string IntText(std::int32_t value);
 
-// "%f" without the zeros behind the last decimal, and without a point that nothing follows.
+// "%f" without zeros at the end, and without a point at the end.
 std::string FloatText(float value);
 
-// The whole part of the percentage of a fraction (1.0 is 100 per cent), truncated, without the percent sign.
+// The integer part of the percentage of a fraction (1.0 is 100 per cent), truncated, without the percent
+// sign.
 std::string PercentText(double fraction);
 
 // A blank before every third digit from the end.

@@ -13,7 +13,7 @@ int FindLast(const std::string& text, const std::string& needle);
 // Cuts `text` from `position`, which lies within it, to its end.
 void EraseFrom(std::string& text, int position);
 
-// Replaces every `from` at or behind `start`, left to right; inserted text is not searched again. `from` is
+// Replaces every `from` at or after `start`, left to right; inserted text is not searched again. `from` is
 // not empty. Linear in the length of the text.
 void ReplaceAll(std::string& text, const std::string& from, const std::string& to, int start = 0);
 

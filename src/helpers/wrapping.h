@@ -1,5 +1,5 @@
-// Arithmetic of the 32-bit byte counters, which wrap at 2 GiB. Signed overflow is undefined, so it goes
-// through unsigned types.
+// Arithmetic of the 32-bit byte counters, which wrap at 2 GiB. Signed overflow is undefined, so they
+// compute with unsigned types.
 #pragma once
 
 #include <cstdint>

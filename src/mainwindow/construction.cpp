@@ -1,4 +1,4 @@
-// How the window comes to life and how it goes.
+// The window's constructor and destructor.
 #include <QAbstractItemView>
 #include <QKeySequence>
 #include <QListView>

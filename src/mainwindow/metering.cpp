@@ -1,4 +1,4 @@
-// How much has arrived, how fast and of how much, while files are transferred.
+// Shows how much has arrived, of how much, and how fast.
 #include <QLabel>
 
 #include "helpers/numbers.h"
@@ -37,7 +37,7 @@ std::string MegabytesText(std::int32_t bytes)
 
 void MainWindow::TransferProgress(qint64 received, QtDownload* transfer)
 {
-    // Without a meter it is the list that arrives, and after a failure the display stands still.
+    // There is no meter while the list arrives. After a failure the display does not change any more.
     if (!speedMeter || updateState == UpdateState::Offline)
         return;
 

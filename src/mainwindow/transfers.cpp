@@ -62,12 +62,12 @@ void MainWindow::StartTransfer(std::string url, std::string localPath)
             DeleteFileA(localPath.c_str());
         }
     } catch (...) {
-        // The transfer goes ahead with the old file in place.
+        // The transfer starts all the same, with the old file in place.
     }
 
     Log("Downloading file: " + displayName);
     try {
-        // The list is not metered: the meter comes with the first file.
+        // The list is not metered: the first file creates the meter.
         if (!Equals(url, fileListUrl) && !speedMeter)
             speedMeter = new SpeedMeter;
         auto transfer = std::make_unique<QtDownload>();
@@ -77,7 +77,7 @@ void MainWindow::StartTransfer(std::string url, std::string localPath)
         transfer.release();
     } catch (...) {
         Log("ERROR: Creating the web client went wrong!");
-        // A file is skipped; without the list there is nothing to go on with.
+        // A file is skipped. Without the list the cycle can't go on.
         if (updateState == UpdateState::FetchingList)
             EndOffline("Failed to connect to server");
     }

@@ -30,7 +30,7 @@ inline std::string NativePath(const std::string& path)
     return path;
 }
 
-// Nothing to mend here: the C library's locale stays "C", and the manifest asks for the UTF-8 code page.
+// Nothing to fix here: the C library's locale stays "C", and the manifest asks for the UTF-8 code page.
 inline void FixTextConventions() {}
 
 // Folders that hold other things than a game, beside those that Qt can name: full paths in the local code
@@ -172,7 +172,7 @@ BOOL EnumProcesses(DWORD* processes, DWORD size, DWORD* filled);
 HANDLE OpenProcess(DWORD access, BOOL inheritHandle, DWORD process);
 // Gives the executable, the first module of a process, and no other.
 BOOL EnumProcessModules(HANDLE process, HMODULE* modules, DWORD size, DWORD* needed);
-// The executable's file name, without the mark that the system puts behind a removed one. 0 on failure.
+// The executable's file name, without the mark that the system appends to a removed one. 0 on failure.
 DWORD GetModuleBaseNameA(HANDLE process, HMODULE module, LPSTR name, DWORD size);
 BOOL TerminateProcess(HANDLE process, UINT exitCode);
 BOOL CloseHandle(HANDLE handle);

@@ -4,7 +4,7 @@
 #include "processes/processname.h"
 
 namespace {
-// The game's servers bear its name too, and never count.
+// The game's servers have its name in theirs. They never count.
 bool IsServer(const std::string& loweredName)
 {
     return Contains(loweredName, "lobbyserver") || Contains(loweredName, "loginserver");

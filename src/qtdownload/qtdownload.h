@@ -1,4 +1,4 @@
-// One transfer: one HTTP GET of one URL whose whole body ends up in one local file.
+// One transfer: one HTTP GET of one URL into one local file.
 #pragma once
 
 #include <cstdint>

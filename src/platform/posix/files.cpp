@@ -27,8 +27,8 @@ struct Descriptor
     int number;
 };
 
-// O_NONBLOCK: a FIFO would wait for its other end, a device for whatever it likes. O_NOCTTY: a terminal would
-// become the program's own. They mean nothing to a plain file.
+// O_NONBLOCK: opening a FIFO or a device could wait for ever. O_NOCTTY: a terminal could become the program's
+// own. Neither flag matters for a plain file.
 int OpenAtOnce(const std::string& path, int flags)
 {
     return open(path.c_str(), flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
@@ -64,8 +64,8 @@ bool CopyContent(int from, int to)
 }
 } // namespace
 
-// Windows refuses a copy onto the file itself or onto a running executable, and leaves no half copy. The
-// system refuses the running executable here too; the rest is looked at before the destination is cut.
+// Windows refuses to copy a file onto itself or onto a running executable, and leaves no half copy. The
+// system refuses the running executable here too. The rest is checked before the destination is truncated.
 BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL /*failIfExists*/)
 {
     const Descriptor source(OpenAtOnce(NativePath(from), O_RDONLY));
@@ -81,7 +81,7 @@ BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL /*failIfExists*/)
         return FALSE;
 
     bool copied = ftruncate(destination.number, 0) == 0 && CopyContent(source.number, destination.number);
-    // A disk without modes refuses this; the copy is whole all the same.
+    // A disk without modes refuses this. The copy is complete all the same.
     static_cast<void>(fchmod(destination.number, sourceStatus.st_mode & 0777));
     // Some disks report a failed write only now.
     copied = close(std::exchange(destination.number, -1)) == 0 && copied;
@@ -90,7 +90,8 @@ BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL /*failIfExists*/)
     return copied;
 }
 
-// Windows refuses directories, and links to directories with them; of a link to a file the link goes.
+// Windows refuses directories and links to directories. If the path is a link to a file, the link is deleted,
+// not the file.
 BOOL DeleteFileA(LPCSTR path)
 {
     const std::string native = NativePath(path);
@@ -100,8 +101,8 @@ BOOL DeleteFileA(LPCSTR path)
     return unlink(native.c_str()) == 0;
 }
 
-// Windows gives the link's own attributes, among them whether it was made for a directory: the target says
-// that here, and a link without one is still there.
+// Windows gives the link's own attributes, which say whether it was made for a directory. Here the target
+// says that, and a link without a target exists too.
 DWORD GetFileAttributesA(LPCSTR path)
 {
     const std::string native = NativePath(path);

@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 namespace {
-// What the system puts behind the path of a removed executable.
+// What the system appends to the path of a removed executable.
 constexpr char RemovedMark[] = " (deleted)";
 constexpr std::size_t MaxLink = 4096;
 
@@ -49,9 +49,9 @@ DWORD GetCurrentProcessId()
     return static_cast<DWORD>(getpid());
 }
 
-// Windows' table has no kernel threads, hundreds of which could leave no room for the player's processes.
-// They have no executable; but only root is told so, and anyone else may not read it, as with another user's
-// process. Nothing can be done here with a process that has no name, so all of these stay out.
+// Windows' table has no kernel threads. Hundreds of them here could leave no room for the player's processes.
+// They have no executable, and that of another user's process can't be read. Nothing can be done with a
+// process that has no name, so neither kind is listed.
 BOOL EnumProcesses(DWORD* processes, DWORD size, DWORD* filled)
 {
     DIR* table = opendir("/proc");

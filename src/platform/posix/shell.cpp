@@ -18,15 +18,14 @@ HINSTANCE Result(ULONG_PTR code)
 }
 } // namespace
 
-// Windows resolves the name against the current directory and waits for nothing. Whether a file is a program
-// is not a matter of its mode there: a file that has just been fetched has no execute bit yet, and gets it
-// here.
+// Windows resolves the name against the current directory and does not wait. It knows no execute bit: a file
+// that has just been fetched has none here, so it is set before the start.
 HINSTANCE ShellExecuteA(HWND /*owner*/, LPCSTR /*verb*/, LPCSTR file, LPCSTR /*parameters*/,
                         LPCSTR /*directory*/, int /*show*/)
 {
     namespace fs = std::filesystem;
     std::error_code error;
-    // A whole path, so that no search for a bare name takes place.
+    // An absolute path: a bare name would be searched in the system's folders for programs.
     const fs::path program = fs::absolute(NativePath(file), error);
     const fs::file_status status = fs::status(program, error);
     if (!fs::is_regular_file(status))

@@ -1,4 +1,4 @@
-// Messages, the window's icon, and the taskbar that is not here.
+// Messages, the window's icon, and the taskbar, which does not exist here.
 #include "platform/platform.h"
 
 #include <memory>
