@@ -20,7 +20,7 @@ export compiler
 check_source() {
     local errors
     if errors=$($compiler -std=c++17 -Wall -Wextra -Werror -DUPDATE_SERVER_HOST='"host"' -DPATCH_NOTES_HOST='"host"' \
-        -msha -mssse3 -msse4.1 -Isrc -fsyntax-only "$1" 2>&1); then
+        -msha -mavx2 -mbmi -mbmi2 -mxsave -Isrc -fsyntax-only "$1" 2>&1); then
         echo "$1"
     elif [[ ! $errors =~ 'fatal error: Q'[A-Za-z]+': No such file' ]]; then
         echo "$errors" >&2

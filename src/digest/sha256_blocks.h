@@ -12,8 +12,10 @@ using Sha256BlockFunction = void (*)(std::uint32_t* state, const std::uint8_t* b
 // Runs on every processor.
 void Sha256BlocksPlain(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count);
 
-// Uses the SHA instructions of x86-64 processors. Call it only if Sha256Implementations names it.
+// For x86-64 processors with the SHA instructions, and for those with AVX2, BMI1 and BMI2. Call them only if
+// Sha256Implementations names them.
 void Sha256BlocksShani(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count);
+void Sha256BlocksAvx2(std::uint32_t* state, const std::uint8_t* blocks, std::size_t count);
 
 struct Sha256Implementation
 {
@@ -24,7 +26,7 @@ struct Sha256Implementation
 // What this processor can run, the fastest first. The last one is Sha256BlocksPlain.
 std::vector<Sha256Implementation> Sha256Implementations();
 
-// The first candidate that digests a known block correctly; Sha256BlocksPlain if none does.
+// The first candidate that digests two known blocks correctly; Sha256BlocksPlain if none does.
 Sha256BlockFunction FirstProvenBlockFunction(const std::vector<Sha256Implementation>& candidates);
 
 // The function that every digest uses: at first the fastest that works on this processor, found out at the

@@ -24,6 +24,13 @@ struct Leaf
 
     int registers[4];
 };
+
+// True if the system saves the lower and the upper halves of the 256-bit registers of each thread.
+bool SystemSavesWideRegisters(const Leaf& basic)
+{
+    const bool mayAsk = basic.HasBit(2, 27);
+    return mayAsk && (_xgetbv(0) & 6) == 6;
+}
 } // namespace
 
 std::vector<Sha256Implementation> Sha256Implementations()
@@ -32,11 +39,16 @@ std::vector<Sha256Implementation> Sha256Implementations()
     const Leaf extended(7);
     const bool ssse3 = basic.HasBit(2, 9);
     const bool sse41 = basic.HasBit(2, 19);
+    const bool bmi1 = extended.HasBit(1, 3);
+    const bool avx2 = extended.HasBit(1, 5);
+    const bool bmi2 = extended.HasBit(1, 8);
     const bool sha = extended.HasBit(1, 29);
 
     std::vector<Sha256Implementation> usable;
     if (sha && ssse3 && sse41)
         usable.push_back({"shani", Sha256BlocksShani});
+    if (avx2 && bmi1 && bmi2 && SystemSavesWideRegisters(basic))
+        usable.push_back({"avx2", Sha256BlocksAvx2});
     usable.push_back({"plain", Sha256BlocksPlain});
     return usable;
 }

@@ -158,6 +158,9 @@ BOOL GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
 // higher one gives means nothing.
 void __cpuid(int registers[4], int leaf);
 void __cpuidex(int registers[4], int leaf, int subleaf);
+// The extended control register with this number. Register 0 tells which register sets the system saves. Call
+// it only if leaf 1 has the bit that says that the system allows it.
+unsigned long long _xgetbv(unsigned int number);
 
 // --- Processes ---
 

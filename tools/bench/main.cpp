@@ -62,13 +62,6 @@ int Digest(const std::string& folder)
     return !files.empty() && digested == files.size() ? 0 : 1;
 }
 
-// With the block function that every processor can run.
-int PlainDigest(const std::string& folder)
-{
-    ChosenBlockFunction() = Sha256BlocksPlain;
-    return Digest(folder);
-}
-
 void Settle()
 {
     for (const double settled = Now() + 2; Now() < settled;)
@@ -171,8 +164,12 @@ int main(int argc, char** argv)
     const std::string folder = argc > 2 ? argv[2] : "";
     if (command == "digest")
         return Digest(folder);
-    if (command == "plain-digest")
-        return PlainDigest(folder);
+    for (const Sha256Implementation& implementation : Sha256Implementations()) {
+        if (command == std::string(implementation.name) + "-digest") {
+            ChosenBlockFunction() = implementation.function;
+            return Digest(folder);
+        }
+    }
 
     int count = 0;
     QApplication application(count, nullptr);
@@ -189,7 +186,9 @@ int main(int argc, char** argv)
         return Log(folder, std::atoi(argv[3]));
     if (command == "idle")
         return Idle(folder);
-    std::fputs("launcher_bench digest|plain-digest FOLDER, start TREE URL, list|idle TREE, log TREE LINES\n",
-               stderr);
+    std::fputs(
+        "launcher_bench digest FOLDER, start TREE URL, list|idle TREE, log TREE LINES\n"
+        "Also shani-digest, avx2-digest, plain-digest FOLDER: with one block function\n",
+        stderr);
     return 2;
 }

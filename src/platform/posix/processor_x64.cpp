@@ -13,3 +13,10 @@ void __cpuidex(int registers[4], int leaf, int subleaf)
                  : "=a"(registers[0]), "=b"(registers[1]), "=c"(registers[2]), "=d"(registers[3])
                  : "a"(leaf), "c"(subleaf));
 }
+
+unsigned long long _xgetbv(unsigned int number)
+{
+    unsigned int low, high;
+    asm volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(number));
+    return static_cast<unsigned long long>(high) << 32 | low;
+}
