@@ -1,5 +1,5 @@
-// A harmless program for the process tests. It reports and ends if KACHEL_REPORT names a file; else it says
-// that it runs, waits to be ended, and gives up after a while.
+// A harmless program for the process tests. It reports and ends if TEST_CHILD_REPORT names a file; else it
+// says that it runs, waits to be ended, and gives up after a while.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -9,7 +9,7 @@
 
 int main(int argc, char**)
 {
-    if (const char* report = std::getenv("KACHEL_REPORT")) {
+    if (const char* report = std::getenv("TEST_CHILD_REPORT")) {
         // Under its own name only when it is complete.
         const std::filesystem::path part = std::filesystem::u8path(std::string(report) + ".part");
         std::ofstream(part, std::ios::binary) << std::filesystem::current_path().u8string() << '\n'

@@ -1,9 +1,8 @@
-// Text, numbers as text, paths, and questions to the disk.
+// Text, numbers as text and folders: the odd rules, which the update cycle does not come across.
 #include <cfloat>
-#include <clocale>
 #include <cstdint>
 
-#include <QFile>
+#include <QDir>
 
 #include "helpers/files.h"
 #include "helpers/numbers.h"
@@ -13,9 +12,9 @@
 #include "support/testmain.h"
 
 namespace {
-std::string Replaced(std::string text, const std::string& from, const std::string& to, int start = 0)
+std::string Replaced(std::string text, const std::string& from, const std::string& to)
 {
-    ReplaceAll(text, from, to, start);
+    ReplaceAll(text, from, to);
     return text;
 }
 
@@ -24,18 +23,6 @@ std::string Lowered(std::string text)
     const std::string copy = ToLower(text);
     return copy == text ? copy : "copy and argument differ";
 }
-
-// What the listing gave, sorted, without the directory in front.
-QStringList Listed(const std::string& directory, bool recursive)
-{
-    std::vector<std::string> files = {"kept"};
-    ListDirectory(directory, files, recursive);
-    QStringList names;
-    for (const std::string& file : files)
-        names += QString::fromStdString(Replaced(file, directory + "\\", "<"));
-    names.sort();
-    return names;
-}
 } // namespace
 
 class HelpersTest : public QObject
@@ -43,97 +30,54 @@ class HelpersTest : public QObject
     Q_OBJECT
 
 private slots:
-    void searching()
+    void textsAreFormedAsThePlayerReadsThem()
     {
-        QVERIFY(Contains("ab\\cd", "b\\c") && Contains("", "") && !Contains("Tool", "tool"));
-        QVERIFY(FindLast("abcabc", "bc") == 4 && FindLast("abc", "abcd") == -1 && FindLast("abc", "") == 3);
-        QVERIFY(LastBackslash("a\\b\\c/d") == 3 && LastBackslash("") == -1);
-        QVERIFY(Equals("a", "a") && !Equals("A", "a") && !Equals("a", std::string("a\0", 2)));
+        QCOMPARE(Replaced("aaa", "a", "aa").c_str(), "aaaaaa"); // what was inserted is not searched
+        QCOMPARE(Replaced("aaa", "aa", "b").c_str(), "ba");     // left to right
+        QCOMPARE(Lowered("AZ[\xC5\xC4\xD6").c_str(), "az[\xE5\xE4\xF6");
+        QCOMPARE(Lowered("\xC9\xDC\xE5").c_str(), "\xC9\xDC\xE5"); // other letters outside ASCII stay
+        QCOMPARE(FindLast("abcabc", "bc"), 4);
+        QCOMPARE(FindLast("abc", ""), 3);
+        QCOMPARE(StripPathComponents("C:/a\\b\\c", 3).c_str(), "C:");
+        QCOMPARE(StripPathComponents("C:\\a\\b\\", 1).c_str(), "C:\\a\\b");
+        QCOMPARE(StripPathComponents("C:\\a\\b/", 0).c_str(), "C:\\a\\b");
+        QCOMPARE(StripPathComponents("a\\b", 2).c_str(), ""); // too few separators
+        QCOMPARE(IntText(INT32_MIN).c_str(), "-2147483648");
+        QCOMPARE(FloatText(100.0f).c_str(), "100");
+        QCOMPARE(FloatText(1.5f).c_str(), "1.5");
+        QCOMPARE(FloatText(FLT_MAX).c_str(), "34028234663852885981170418348"); // cut after 29 characters
+        QCOMPARE(PercentText(0.9999).c_str(), "99");
+        QCOMPARE(GroupDigits("1234567").c_str(), "1 234 567");
+        QCOMPARE(GroupDigits("123456").c_str(), "123 456");
     }
 
-    void results_data()
-    {
-        QTest::addColumn<QByteArray>("result");
-        QTest::addColumn<QByteArray>("expected");
-        const auto row = [](const char* name, const std::string& result, const char* expected) {
-            QTest::newRow(name) << QByteArray::fromStdString(result) << QByteArray(expected);
-        };
-        row("replace: the inserted is not searched", Replaced("aa", "a", "aa"), "aaaa");
-        row("replace: left to right", Replaced("aaa", "aa", "b"), "ba");
-        row("replace: by nothing", Replaced("\\dir\\name\\dir", "\\dir", ""), "\\name");
-        row("replace: from a start within a hit", Replaced("ababab", "ab", "x", 1), "abxx");
-        row("lower: three letters of Windows-1252", Lowered("AZ\xC5\xC4\xD6"), "az\xE5\xE4\xF6");
-        row("lower: other letters stay", Lowered("\xC9\xDC\xE5[@"), "\xC9\xDC\xE5[@");
-        row("strip: down to the drive", StripPathComponents("C:\\a\\b\\c", 3), "C:");
-        row("strip: closing separator, one", StripPathComponents("C:\\a\\b\\", 1), "C:\\a\\b");
-        row("strip: closing separator, none", StripPathComponents("C:\\a\\b/", 0), "C:\\a\\b");
-        row("strip: without a drive", StripPathComponents("\\home\\ada\\Game\\L\\R", 3), "\\home\\ada");
-        row("strip: too many", StripPathComponents("a\\b", 2), "");
-        row("int: smallest", IntText(INT32_MIN), "-2147483648");
-        row("float: whole", FloatText(100.0f), "100");
-        row("float: below six decimals", FloatText(1e-7f), "0");
-        row("float: largest, cut", FloatText(FLT_MAX), "34028234663852885981170418348");
-        row("percent: through float", PercentText(0.29), "29");
-        row("group: 7 digits", GroupDigits("1234567"), "1 234 567");
-        row("group: 6 digits", GroupDigits("123456"), "123 456");
-    }
-    void results()
-    {
-        QFETCH(QByteArray, result);
-        QTEST(result, "expected");
-    }
-
-    void disk()
+    void aRemovedFolderTakesNothingElseAlong()
     {
         const TemporaryTree tree;
-        const std::string root = tree.WindowsRoot();
-        QVERIFY(WriteTree(tree.Path("sub"), {{"in", "3"}, {"fur/Tür.bin", "4"}, {"fur/second", "5"}}));
-        QVERIFY(WriteTree(tree.Root(), {{".hidden", ""}, {"bare", "2"}, {"empty/", ""}, {"kept/c", "6"}}));
-        QCOMPARE(Listed(root, false), QStringList({"<.hidden", "<bare", "kept"}));
-        const QStringList below = {"<fur\\Tür.bin", "<fur\\second", "<in", "kept"};
-        QCOMPARE(Listed(root + "/sub", true), below);
-        QCOMPARE(Listed(root + "\\sub\\", true), below); // with a doubled separator each
-        for (const char* nothing : {"\\empty", "\\absent", "\\bare"})
-            QCOMPARE(Listed(root + nothing, true), QStringList("kept"));
-        // Depth first: the files of a folder stand together.
-        std::vector<std::string> files;
-        ListDirectory(root, files, true);
-        std::string order;
-        for (const std::string& file : files)
-            order += Contains(file, "\\sub\\") ? 's' : '-';
-        QVERIFY2(Contains(order, "sss"), order.c_str());
-
-        std::string found; // a letter each: f(ile), p(ath only), a(bsent)
-        for (const char* path : {"\\sub\\in", "/.hidden", "\\sub", "\\sub\\", "\\absent", "\\bare\\x"})
-            found += !PathExists(root + path) ? 'a' : FileExists(root + path) ? 'f' : 'p';
-        QCOMPARE(found.c_str(), "ffppaa");
-
-        // The link goes, what it leads to stays; where links are of another kind, it is one more file.
-        const QString kept = QString::fromStdString(tree.Path("kept"));
-        QVERIFY(QFile::link(kept, kept + "/../sub/link"));
-        for (const char* path : {"\\sub", "\\.hidden", "\\absent", "\\empty"})
+        const std::string root = tree.WindowsRoot() + "\\";
+        QVERIFY(WriteTree(tree.Root(), {{"größe/in/file", "1"}, {"plain", "2"}, {"kept/file", "3"}}));
+        // Where links are of another kind, it is one more file.
+        QVERIFY(QFile::link(tree.Path("kept").c_str(), tree.Path("größe/link.lnk").c_str()));
+        for (const char* path : {"größe", "plain", "absent"})
             RemoveDirectoryTree(root + path);
-        const Tree left = TreeOf(tree.Root());
-        QVERIFY2(left == Tree({{".hidden", ""}, {"bare", "2"}, {"kept/", ""}, {"kept/c", "6"}}),
-                 Readable(left).c_str());
+        QCOMPARE(Differences(TreeOf(tree.Root()), {{"plain", "2"}, {"kept/", ""}, {"kept/file", "3"}}),
+                 QString());
     }
 
-    // Whatever the user has set: the whole program starts anew under it. A decimal comma, 8-bit letters,
-    // ASCII only.
-    void usersLocale()
+    void aCurrentDirectoryOf260BytesDoesNotFit()
     {
-        const QString self = QCoreApplication::applicationFilePath();
-        const std::pair<const char*, const char*> rows[] = {
-            {"de_DE.UTF-8", "results"}, {"de_DE.ISO-8859-1", "results"}, {"C", "disk"}};
-        for (const auto& [locale, function] : rows) {
-            const bool known = std::setlocale(LC_ALL, locale);
-            FixTextConventions();
-            if (!known)
-                qInfo("%s: not on this machine", locale);
-            QVERIFY2(!known || PassesElsewhere(self, function, "LC_ALL", locale), locale);
+        const TemporaryTree tree;
+        const QString start = QDir::currentPath();
+        std::string longest = tree.Path(std::string(100, 'a') + "/");
+        longest += std::string(MAX_PATH - 1 - longest.size(), 'b');
+        for (const std::string& folder : {longest, longest + "b"}) {
+            QVERIFY(QDir().mkpath(folder.c_str()) && QDir::setCurrent(folder.c_str()));
+            const std::string fits = folder.size() < MAX_PATH ? Replaced(folder, "/", "\\") : "";
+            QCOMPARE(CurrentDirectory().c_str(), fits.c_str());
         }
+        QDir::setCurrent(start);
     }
 };
 
-LAUNCHER_TEST_MAIN(HelpersTest)
+QTEST_GUILESS_MAIN(HelpersTest)
 #include "helpers_test.moc"

@@ -3,43 +3,38 @@
 
 #include <string>
 
+#include <QFile>
 #include <QProcess>
 
 #include "platform/platform.h"
 
+// Set in the environment of the program, it names the file into which it reports where it runs and with how
+// many arguments, before it ends at once.
+constexpr char ReportVariable[] = "TEST_CHILD_REPORT";
+
 // Copies the program to `path`, a native one, whose folder exists. False on failure.
-bool CopyChildProgram(const std::string& path);
+inline bool CopyChildProgram(const std::string& path)
+{
+    return QFile::copy(QString::fromUtf8(TEST_CHILD), path.c_str());
+}
 
 // A copy of the program at `path`, running from construction on; killed with the object.
-class ChildProcess
+struct ChildProcess : QProcess
 {
-public:
     explicit ChildProcess(const std::string& path)
     {
         CopyChildProgram(path);
-        process.start(QString::fromStdString(path), QStringList());
+        start(path.c_str(), QStringList());
         // On Windows a process has no modules, and so no name, until its libraries are loaded.
-        process.waitForReadyRead();
+        waitForReadyRead();
     }
-    ~ChildProcess()
+    ~ChildProcess() override
     {
-        process.kill();
-        process.waitForFinished();
-    }
-    bool IsRunning() const
-    {
-        return process.state() == QProcess::Running;
+        kill();
+        waitForFinished();
     }
     DWORD Id() const
     {
-        return static_cast<DWORD>(process.processId());
+        return static_cast<DWORD>(processId());
     }
-    // False if it still runs after some seconds.
-    bool WaitForEnd()
-    {
-        return process.waitForFinished(5000);
-    }
-
-private:
-    QProcess process;
 };

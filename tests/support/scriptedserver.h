@@ -1,60 +1,102 @@
 // A web server in the test process, on a loopback port, that can misbehave on purpose: a script per path.
 #pragma once
 
+#include <algorithm>
 #include <map>
-#include <memory>
 #include <string>
-#include <vector>
 
+#include <QStringList>
 #include <QTcpServer>
-
-class QTcpSocket;
+#include <QTcpSocket>
+#include <QTimer>
 
 // What the server does with a GET of one path.
 struct Script
 {
-    int status = 200; // 0: no head, so that it is no HTTP
-    std::string body = {};
-    std::vector<std::string> headers = {}; // further ones, "Name: value"
-    int sendOnly = -1;          // bytes of the body after which the answer breaks off; -1: the whole body
-    bool announceLength = true; // a Content-Length with the length of the whole body
-    bool chunked = false;       // in chunks of `piece` bytes instead of under a Content-Length
-    bool finishChunks = true;   // the closing chunk; false breaks off before it
+    Script(int statusCode = 200, const std::string& content = "") : status(statusCode), body(content) {}
 
-    enum class End
-    {
-        Close, // the connection closes in order
-        Reset, // the connection breaks with a reset
-        Stall  // nothing follows, and the connection stays
-    };
-    End end = End::Close;
-
-    int delay = 0; // milliseconds before the answer begins
-    int piece = 0; // the body goes in pieces of so many bytes; 0: at once
-    int pause = 0; // milliseconds between the pieces
+    int status; // 0: no head, so that it is no HTTP
+    std::string body;
+    int sendOnly = -1;   // bytes of the body after which the answer breaks off; -1: the whole body
+    int delay = 0;       // milliseconds before the answer begins
+    int pieceSize = 0;   // bytes that are sent at a time, a millisecond apart; 0: all at once
+    bool stalls = false; // the connection stays open after the answer
 };
 
-// Single-threaded: works while the test's event loop runs. One request a connection.
+// Single-threaded: works while the test's event loop runs. One request per connection.
 class ScriptedServer : public QTcpServer
 {
 public:
     // On a free port if `port` is 0. Ends the program if the port is taken.
-    explicit ScriptedServer(quint16 port = 0);
+    explicit ScriptedServer(quint16 port = 0)
+    {
+        setMaxPendingConnections(1000);
+        connect(this, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket* socket = nextPendingConnection()) {
+                connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { Read(*socket); });
+            }
+        });
+        if (!listen(QHostAddress::LocalHost, port))
+            qFatal("no loopback port %d: %s", port, qPrintable(errorString()));
+    }
 
-    // "http://127.0.0.1:port/LatestVersion/", the base of the paths below.
-    std::string BaseUrl() const;
+    // The base of the paths below.
+    std::string BaseUrl() const
+    {
+        return "http://127.0.0.1:" + std::to_string(serverPort()) + basePath.toStdString();
+    }
 
-    std::map<std::string, Script> scripts; // by path below the base, as it comes over the wire or decoded
-    Script fallback;                       // for all other paths; at first 404
+    std::map<std::string, Script> scripts; // by decoded path below the base
+    Script fallback = {404, "not here"};   // for all other paths
 
-    std::vector<std::string> requests; // paths in the order of their arrival
-    int running = 0;                   // requests that have come and whose connection is still open
+    QStringList requests;    // decoded paths in the order of their arrival
+    QList<QByteArray> heads; // the same requests as they came over the wire
+    int running = 0;         // requests whose connection is still open
     int mostAtOnce = 0;
 
-    int Requests(const std::string& path) const;
-
 private:
-    void Accept();
-    void Read(QTcpSocket& socket);
-    void Answer(QTcpSocket& socket, const Script& script);
+    void Read(QTcpSocket& socket)
+    {
+        const QByteArray head = socket.peek(65536);
+        if (!head.contains("\r\n\r\n"))
+            return;
+        socket.readAll();
+        mostAtOnce = std::max(mostAtOnce, ++running);
+        connect(&socket, &QTcpSocket::disconnected, this, [this] { --running; });
+
+        QString path = QByteArray::fromPercentEncoding(head.split(' ').value(1));
+        path.remove(0, path.startsWith(basePath) ? basePath.size() : 0);
+        requests += path;
+        heads += head;
+        const auto found = scripts.find(path.toStdString());
+        Answer(socket, found != scripts.end() ? found->second : fallback);
+    }
+
+    void Answer(QTcpSocket& socket, const Script& script)
+    {
+        QByteArray rest = QByteArray::fromStdString(script.body).mid(0, script.sendOnly);
+        if (script.status > 0) {
+            const QByteArray length = QByteArray::number(static_cast<int>(script.body.size()));
+            rest.prepend("HTTP/1.1 " + QByteArray::number(script.status) +
+                         " Scripted\r\nConnection: close\r\nContent-Length: " + length + "\r\n\r\n");
+        }
+        const int piece = script.pieceSize > 0 ? script.pieceSize : rest.size();
+        auto* const timer = new QTimer(&socket);
+        connect(timer, &QTimer::timeout, &socket,
+                [&socket, timer, rest, piece, stalls = script.stalls]() mutable {
+                    timer->setInterval(1);
+                    if (!socket.isOpen()) // the other end may be gone
+                        return timer->stop();
+                    socket.write(rest.left(piece));
+                    rest.remove(0, piece);
+                    if (rest.isEmpty()) {
+                        timer->stop();
+                        stalls ? void() : socket.disconnectFromHost();
+                    }
+                });
+        timer->start(script.delay);
+    }
+
+    const QString basePath = "/LatestVersion/";
 };

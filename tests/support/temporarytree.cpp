@@ -6,80 +6,79 @@
 #include <QDirIterator>
 #include <QFile>
 
-namespace {
-QString ToQt(const std::string& path)
-{
-    return QString::fromUtf8(path.c_str());
-}
-} // namespace
-
 Tree TreeOf(const std::string& folder)
 {
     Tree tree;
-    const QDir root(ToQt(folder));
+    const QDir root(folder.c_str());
     QDirIterator it(root.path(), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
         it.next();
-        const std::string relative = root.relativeFilePath(it.filePath()).toUtf8().toStdString();
+        const std::string relative = root.relativeFilePath(it.filePath()).toStdString();
         if (it.fileInfo().isDir() && !it.fileInfo().isSymLink())
             tree[relative + "/"];
         else
-            tree[relative] = ReadFile(it.filePath().toUtf8().toStdString());
+            tree[relative] = ReadFile(it.filePath().toStdString());
     }
     return tree;
 }
 
+QString Differences(const QStringList& actual, const QStringList& expected)
+{
+    QString text;
+    for (const QString& line : actual)
+        text += expected.contains(line) ? QString() : "\nleft over: " + line;
+    for (const QString& line : expected)
+        text += actual.contains(line) ? QString() : "\nmissing: " + line;
+    return text.isEmpty() && actual != expected ? "\nanother order: " + actual.join('\n') : text;
+}
+
+QString Differences(const Tree& actual, const Tree& expected)
+{
+    const auto lines = [](const Tree& tree) {
+        QStringList all;
+        for (const auto& [path, content] : tree)
+            all += QString("%1, %2 bytes: ").arg(path.c_str()).arg(content.size()) + content.c_str();
+        return all;
+    };
+    return Differences(lines(actual), lines(expected));
+}
+
 bool WriteTree(const std::string& folder, const Tree& tree)
 {
-    for (const auto& [relative, content] : tree) {
-        const std::string path = folder + "/" + relative;
-        const bool written = relative.back() == '/' ? QDir().mkpath(ToQt(path)) : WriteFile(path, content);
-        if (!written)
-            return false;
-    }
-    return true;
+    return std::all_of(tree.begin(), tree.end(), [&](const auto& entry) {
+        const std::string path = folder + "/" + entry.first;
+        return path.back() == '/' ? QDir().mkpath(path.c_str()) : WriteFile(path, entry.second);
+    });
 }
 
 bool WriteFile(const std::string& path, const std::string& content)
 {
-    if (!QDir().mkpath(QFileInfo(ToQt(path)).path()))
-        return false;
-    QFile file(ToQt(path));
-    return file.open(QIODevice::WriteOnly) &&
-           file.write(content.data(), static_cast<qint64>(content.size())) ==
-               static_cast<qint64>(content.size());
+    QFile file(path.c_str());
+    return QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly) &&
+           file.write(QByteArray::fromStdString(content)) == static_cast<qint64>(content.size());
 }
 
 std::string ReadFile(const std::string& path)
 {
-    QFile file(ToQt(path));
-    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string("(unreadable)");
+    QFile file(path.c_str());
+    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : "(unreadable)";
 }
 
-std::string Readable(const Tree& tree)
+TemporaryTree::TemporaryTree()
+    : directory(QDir::tempPath() + "/launcher tést XXXXXX"),
+      root(QFileInfo(directory.path()).canonicalFilePath().toStdString())
 {
-    std::string text;
-    for (const auto& [path, content] : tree)
-        text += path + " = " + content.substr(0, 40) + " (" + std::to_string(content.size()) + ")\n";
-    return text;
-}
-
-TemporaryTree::TemporaryTree() : directory(QDir::tempPath() + QString::fromUtf8("/kachel öl XXXXXX"))
-{
-    root = QFileInfo(directory.path()).canonicalFilePath().toUtf8().toStdString();
 }
 
 TemporaryTree::~TemporaryTree()
 {
     // Windows removes no folder that is the current one of a process.
-    if (QDir::currentPath().startsWith(ToQt(root)))
+    if (QDir::currentPath().startsWith(root.c_str()))
         QDir::setCurrent(QDir::tempPath());
 }
 
 std::string TemporaryTree::WindowsRoot() const
 {
-    std::string path = root;
-    std::replace(path.begin(), path.end(), '/', '\\');
-    return path;
+    return QString::fromStdString(root).replace('/', '\\').toStdString();
 }

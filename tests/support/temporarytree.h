@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 
+#include <QStringList>
 #include <QTemporaryDir>
 
 // From a path relative to the folder, with forward slashes, to the content; a folder ends in "/" and has
@@ -13,16 +14,22 @@ using Tree = std::map<std::string, std::string>;
 // Everything below `folder`, links not followed. Paths here are native ones.
 Tree TreeOf(const std::string& folder);
 
+// What is missing, left over or in another order; empty if both are the same.
+QString Differences(const QStringList& actual, const QStringList& expected);
+QString Differences(const Tree& actual, const Tree& expected);
+#define COMPARE_ALL(actual, expected)                              \
+    do {                                                           \
+        const QString differences = Differences(actual, expected); \
+        QVERIFY2(differences.isEmpty(), qPrintable(differences));  \
+    } while (false)
+
 // Writes the files and makes the folders of `tree` below `folder`, parents included. False if one fails.
 bool WriteTree(const std::string& folder, const Tree& tree);
 bool WriteFile(const std::string& path, const std::string& content);
 std::string ReadFile(const std::string& path);
 
-// A tree as text, a line each with a short form of the content, for a failed comparison.
-std::string Readable(const Tree& tree);
-
-// A folder that goes with the object, also when the test fails. Its name has a blank and a letter outside
-// ASCII.
+// A folder that is removed with the object, also when the test fails. Its name has a blank and a letter
+// outside ASCII.
 class TemporaryTree
 {
 public:
@@ -42,6 +49,6 @@ public:
     }
 
 private:
-    QTemporaryDir directory;
-    std::string root;
+    const QTemporaryDir directory;
+    const std::string root;
 };

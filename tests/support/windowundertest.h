@@ -1,55 +1,171 @@
 // The real window in a temporary game tree, against a scripted server.
 #pragma once
 
-#include <memory>
 #include <string>
-#include <vector>
 
-#include <QString>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStringListModel>
+#include <QTest>
+#include <QWebEngineView>
 
+#include "form/mainwindowform.h"
 #include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
+#include "startup/launchercontext.h"
+#include "startup/strings.h"
 #include "support/scriptedserver.h"
 #include "support/temporarytree.h"
 
-// One at a time. Sets the process-wide state back to that of a fresh process, makes the launcher's folder
-// with a stand-in for its executable ("launcher"), and the temporary folder, and moves there; at the end goes
-// back. The window does not look at other processes of this machine unless a test sets `gameProcessRunning`.
+// The window stands in the launcher's folder with a stand-in for the executable. It does not look at other
+// processes of this machine unless a test sets `gameProcessRunning`. One at a time.
 class WindowUnderTest
 {
 public:
-    WindowUnderTest();
-    ~WindowUnderTest();
+    // The folder is relative to the tree.
+    explicit WindowUnderTest(const std::string& folder = "Game/TessaloomLauncher/Release")
+        : launcherFolder(folder)
+    {
+        updateServerUrl = server.BaseUrl();
+        fileListUrl = updateServerUrl + "List.txt";
+        patchNotesUrl = "about:blank";
+        WriteTree(tree.Root(),
+                  {{folder + "/" + "TessaloomLauncher.exe", "launcher"}, {TemporaryFolder() + "/", ""}});
+        QDir::setCurrent(tree.Path(TemporaryFolder()).c_str());
+        ResetCycleState();
+        LauncherContext::Instance().closing = false;
+    }
+    ~WindowUnderTest()
+    {
+        Close();
+        QDir::setCurrent(startDirectory);
+    }
 
-    // Closes the window and makes everything as the next start of the launcher finds it; the tree stays.
-    void StartAnew();
-
-    // Builds the window. The cycle starts with the event loop.
-    MainWindow& Open();
+    // Builds the window and waits for its page. The cycle has not begun when it returns.
+    MainWindow& OpenStill()
+    {
+        window = new MainWindow;
+        if (!window->ui->WebView->isHidden())
+            qFatal("The page shows before it has loaded.");
+        window->updateTimer.stop();
+        window->gameProcessRunning = false;
+        LauncherContext::Instance().window = window;
+        window->show();
+        if (!QTest::qWaitFor([this] { return window->ui->WebView->isVisible(); }, 30000))
+            qFatal("The page did not load.");
+        return *window;
+    }
     // Tears down as the application does at its end.
-    void Close();
-    // Builds the window and runs the cycle until it has come to an end, or 20 seconds have passed.
-    bool RunToTheEnd();
-    bool CycleEnded() const;
+    void Close()
+    {
+        LauncherContext::Instance().closing = true;
+        delete window;
+        window = nullptr;
+    }
+    // Lets the cycle run until it has ended with all its transfers. False if it takes half a minute.
+    bool RunToTheEnd()
+    {
+        (window ? *window : OpenStill()).updateTimer.start();
+        QElapsedTimer time;
+        time.start();
+        while (updateState < UpdateState::UpToDate || !window->transfers.empty()) {
+            if (time.hasExpired(30000))
+                return false;
+            QCoreApplication::processEvents();
+        }
+        return true;
+    }
 
-    // What the tree holds besides the launcher's own folder and its temporary folder.
-    Tree GameTree() const;
+    // All that the window shows, a line each: status, percentage, button, bar, page, and then the log from
+    // its oldest line on, without stamps and with "ROOT" for the tree's root.
+    QStringList Shows() const
+    {
+        const MainWindowForm& ui = *window->ui;
+        QStringList lines = {"status: " + ui.StatusText->text(), "percentage: " + ui.PercentageText->text(),
+                             ui.Play->text() + (ui.Play->isEnabled() ? ", enabled" : ", disabled"),
+                             (ui.ProgressBar->isHidden() ? "no bar, at " : "bar, at ") +
+                                 QString::number(ui.ProgressBar->value()),
+                             ui.WebView->isHidden() ? "no patch notes" : "patch notes"};
+        const int fixed = lines.size();
+        window->FlushLog(true);
+        for (QString line : window->logModel->stringList())
+            lines.insert(fixed,
+                         line.mid(11).replace(tree.WindowsRoot().c_str(), "ROOT")); // a stamp has 11 letters
+        return lines;
+    }
+    // What the tree holds besides the launcher's own folder and the folders above it.
+    Tree GameTree() const
+    {
+        Tree game;
+        for (const auto& [path, content] : TreeOf(tree.Root())) {
+            const bool isAbove = path.back() == '/' && launcherFolder.compare(0, path.size(), path) == 0;
+            if (!isAbove && path.compare(0, launcherFolder.size(), launcherFolder) != 0)
+                game[path] = content;
+        }
+        return game;
+    }
 
-    // All log lines, oldest first, without their stamps: those on display and those still queued.
-    std::vector<std::string> LogLines() const;
-    QString Status() const;
-    QString Percentage() const;
+    // A list of the tree, and of the launcher's own folder and file.
+    static std::string ListOf(const Tree& published)
+    {
+        Tree all = published;
+        all.insert({{"Game/", ""}, {"Game/TessaloomLauncher/", ""}, {"Game/TessaloomLauncher/Release/", ""}});
+        all["Game/TessaloomLauncher/Release/TessaloomLauncher.exe"] = "launcher";
+        std::string folders, files;
+        for (const auto& [path, content] : all) {
+            const std::string listed = QString(path.c_str()).replace('/', '\\').toStdString();
+            const QByteArray bytes = QByteArray::fromStdString(content);
+            const QByteArray digest = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+            if (listed.back() == '\\')
+                folders += "D#" + listed.substr(0, listed.size() - 1) + "\r\n";
+            else
+                files += "F#" + listed + "#" + std::to_string(content.size()) + "#" + digest.toStdString() +
+                         "\r\n";
+        }
+        return folders + files;
+    }
+    // Serves the files of the tree, and the list of them.
+    void Publish(const Tree& published)
+    {
+        server.scripts["List.txt"].body = ListOf(published);
+        for (const auto& [path, content] : published)
+            server.scripts[path].body = content;
+    }
 
-    // Serves the files of `tree`, and a list of them with `F` and `D` records.
-    void Publish(const Tree& tree);
-    static std::string ListOf(const Tree& tree);
-
-    static constexpr const char* Folder = "Game/TessaloomLauncher/Release";
-
-    TemporaryTree tree;
+    const std::string launcherFolder;
+    const QString startDirectory = QDir::currentPath();
+    const TemporaryTree tree;
     ScriptedServer server;
     MainWindow* window = nullptr;
 
 private:
-    QString startDirectory;
+    std::string TemporaryFolder() const
+    {
+        return launcherFolder + "/" + tempFolderStem + "1";
+    }
 };
+
+// What the window shows after a cycle, above its log.
+inline const QStringList upToDate = {"status: Game is up to date", "percentage: ", "Play, enabled",
+                                     "no bar, at 0", "patch notes"};
+inline QStringList Offline(const QString& status)
+{
+    return {"status: " + status, "percentage: ", "Play Offline, enabled", "no bar, at 0", "patch notes"};
+}
+inline const QStringList notConnected = Offline("Failed to connect to server");
+
+// The log up to the request for the list, and up to its arrival, from where it has `lines` lines.
+inline const QStringList listAsked = {
+    "Current directory after opening temporary application: ROOT\\Game\\TessaloomLauncher\\Release",
+    "Downloading file: List.txt"};
+inline QStringList ListLoaded(const Tree& published)
+{
+    const int lines = static_cast<int>(published.size()) + 4; // the launcher's file and the folders above it
+    return listAsked + QStringList{QString("List of files loaded with %1 elements").arg(lines),
+                                   "Deleted temporary list file",
+                                   "Deleting files and directories that are not in the list"};
+}
