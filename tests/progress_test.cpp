@@ -1,0 +1,134 @@
+// What the bar, the taskbar's button and the line beside them show of the progress. Not for Windows, whose
+// taskbar has a score of further operations that a double would have to have.
+#include <cmath>
+
+#include "gametree/layout.h"
+#include "mainwindow/speedmeter.h"
+#include "qtdownload/qtdownload.h"
+#include "support/testmain.h"
+#include "support/windowundertest.h"
+
+namespace {
+constexpr std::int32_t MB = 1024 * 1024;
+
+// Notes down what the button in the taskbar is told.
+struct RecordingTaskbar : ITaskbarList3
+{
+    HRESULT SetProgressValue(HWND, ULONGLONG completed, ULONGLONG total) override
+    {
+        calls += QString("%1 of %2").arg(static_cast<int>(completed)).arg(total);
+        return 0;
+    }
+    HRESULT SetProgressState(HWND, TBPFLAG flags) override
+    {
+        calls += QString("state %1").arg(flags);
+        return 0;
+    }
+    QStringList calls;
+};
+} // namespace
+
+class ProgressTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void barAndTaskbarShowTheSameFraction()
+    {
+        WindowUnderTest test;
+        MainWindow& window = test.OpenStill();
+        RecordingTaskbar taskbar;
+        window.taskbar = &taskbar;
+        for (const float fraction : {0.7f, 0.00005f, 0.0f, 1.5f, 1e30f, -1e30f, NAN, 1.0f})
+            window.SetProgress(fraction);
+        QCOMPARE(window.ui->ProgressBar->value(), 10000);
+        LauncherContext::Instance().closing = true;
+        window.SetProgress(0.5f);
+        const QStringList expected = {
+            "6999 of 10000",       "0 of 10000",           "0 of 10000", "state 0",       "15000 of 10000",
+            "2147483647 of 10000", "-2147483648 of 10000", "0 of 10000", "10000 of 10000"};
+        QCOMPARE(taskbar.calls, expected);
+    }
+
+    void hashingShowsAHundredSteps()
+    {
+        WindowUnderTest test;
+        MainWindow& window = test.OpenStill();
+        RecordingTaskbar taskbar;
+        window.taskbar = &taskbar;
+        std::string list;
+        for (int i = 0; i < 1002; ++i)
+            list += "F#absent#1#\n"; // without a digest: nothing differs
+        QVERIFY(WriteFile(test.tree.Path("Game/TessaloomLauncher/List.txt"), list));
+        judgedRoot = TreeRoot();
+        QVERIFY(window.ProcessFileList() == ListResult::Complete);
+        QCOMPARE(test.Shows()[1], QString("percentage: 1 001 / 1 002 files checked   99%"));
+        QCOMPARE(taskbar.calls.mid(4, 2),
+                 QStringList({"109 of 10000", "219 of 10000"})); // every eleventh file
+        QCOMPARE(taskbar.calls.mid(94), QStringList({"9990 of 10000", "0 of 10000", "state 0"}));
+    }
+
+    void aTransferShowsAmountSpeedAndPercentage()
+    {
+        struct Row
+        {
+            std::int32_t totalBytes;
+            std::int32_t rateKB;
+            std::vector<qint64> reports; // by two transfers in turn
+            const char* text;
+        };
+        const Row rows[] = {
+            {1234 * MB, 850, {12 * MB}, "percentage: 12 / 1 234 MB downloaded (850 KB/s)   0%"},
+            {2 * MB, 1023, {MB - 1}, "percentage: 0 / 2 MB downloaded (1 023 KB/s)   49%"},
+            {2 * MB, 1024, {1, 0, 2 * MB}, "percentage: 2 / 2 MB downloaded (1 MB/s)   100%"},
+            {8 * MB, 1280, {3 * MB, 2 * MB, MB}, "percentage: 3 / 8 MB downloaded (1.2 MB/s)   37%"},
+            {0, 0, {3 * MB}, "percentage: 3 / 0 MB downloaded (0 KB/s)   0%"},
+            {2 * MB, 0, {4097LL * MB}, "percentage: 1 / 2 MB downloaded (0 KB/s)   50%"},
+        };
+        for (const Row& row : rows) {
+            WindowUnderTest test;
+            MainWindow& window = test.OpenStill();
+            QtDownload transfers[2];
+            window.TransferProgress(MB, &transfers[0]); // of the list, for which there is no meter
+            window.speedMeter = new SpeedMeter;
+            window.speedMeter->rateKB = row.rateKB;
+            window.totalBytes = row.totalBytes;
+            updateState = UpdateState::DownloadingFiles;
+            for (std::size_t i = 0; i < row.reports.size(); ++i)
+                window.TransferProgress(row.reports[i], &transfers[i % 2]);
+            updateState = UpdateState::Offline; // from then on the display stands still
+            window.TransferProgress(5 * MB, &transfers[1]);
+            QCOMPARE(test.Shows()[1], QString(row.text));
+        }
+    }
+
+    // Time passes by moving the meter's last tick into the past.
+    void theRateIsThatOfTheLastTwoSeconds()
+    {
+        SpeedMeter meter;
+        QList<int> rates;
+        const std::pair<int, double> reportsAndPauses[] = {
+            // bytes, seconds
+            {1001 * 1024 + 1023, 0.0}, {1023, 0.3}, {2999 * 1024, 0.3}, {0, 0.3}, {0, 1.25}, {0, 0.6}};
+        for (const auto& [bytes, pause] : reportsAndPauses) {
+            meter.Book(bytes);
+            meter.lastTick -= pause;
+            meter.Tick();
+            rates += meter.rateKB;
+        }
+        QCOMPARE(rates, QList<int>({0, 500, 500, 2000, 1499, 0}));
+    }
+
+    void theTickDrivesTheMeter()
+    {
+        WindowUnderTest test;
+        test.Publish({{"large.dat", std::string(2 * MB, 'x')}});
+        test.server.scripts["large.dat"].pieceSize = 2000; // takes longer than the rate's half a second
+        MainWindow& window = test.OpenStill();
+        window.updateTimer.start();
+        QTRY_VERIFY(test.Shows()[1].contains(" KB/s)") && !test.Shows()[1].contains("(0 KB/s)"));
+    }
+};
+
+QTEST_MAIN(ProgressTest)
+#include "progress_test.moc"
