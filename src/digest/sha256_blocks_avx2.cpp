@@ -30,10 +30,10 @@ inline void Round(std::uint32_t a, std::uint32_t b, std::uint32_t& d, std::uint3
     h += RotateRight(e, 6) ^ RotateRight(e, 11) ^ RotateRight(e, 25);
     d += h;
     // The majority of a, b and c: b where b equals c, and a where they differ.
-    h += ~bXorC & b;
-    h += bXorC & a;
+    const std::uint32_t aXorB = a ^ b;
+    h += (aXorB & bXorC) ^ b;
     h += RotateRight(a, 2) ^ RotateRight(a, 13) ^ RotateRight(a, 22);
-    bXorC = a ^ b;
+    bXorC = aXorB;
 }
 
 // Four rounds with one block's part of a group. The caller passes the words shifted by four places next time.
