@@ -17,6 +17,7 @@
 #include "digest/sha256_blocks.h"
 #include "form/mainwindowform.h"
 #include "helpers/files.h"
+#include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"
