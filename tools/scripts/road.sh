@@ -1,100 +1,216 @@
-# What the roads of ./run and ./windows have in common: waiting, verifying, the server, and the window as a picture.
-# Sourced by both, behind samplegame.sh; they set `httpPort`, `httpsPort` and `started`, and have give_up.
+# shellcheck shell=bash
+# What ./run and ./windows play: two versions of a sample game, a server that publishes the second one, and an installed
+# launcher that updates the first. Sourced after common.sh. The caller sets `build`, where the programs are, `sample`,
+# below which all of this stays, `httpPort` and `httpsPort`. ./bench uses the server.
 
-# wait_for SECONDS COMMAND...: false if the command has not become true in that time.
-wait_for() {
-    local end=$((SECONDS + $1))
-    shift
-    until "$@"; do
-        ((SECONDS < end)) || return 1
-        sleep 0.2
+published=$sample/published
+tree=$sample/tree
+server=$sample/server
+home=$sample/home
+release=$tree/Game/TessaloomLauncher/Release
+game=Game/Tessaloom/Code/Current/Release
+pictures=$sample/screenshots
+report=$sample/exitcodes
+picture=$sample/now.png
+serverPackages=(nginx openssl libnss3-tools)
+windowPackages=(xvfb xdotool imagemagick perl)
+
+# --- The game and its server ---
+
+# Random bytes, but the same ones for the same name: blob NAME KIBIBYTES FILE
+blob() {
+    mkdir -p "$(dirname "$3")"
+    head -c "$(($2 * 1024))" /dev/zero | openssl enc -aes-256-ctr -nosalt -pbkdf2 -pass "pass:$1" >"$3"
+}
+
+# Version 2, as the publisher has it. Names as players have them: blanks, "+", "%", letters outside ASCII.
+make_published_tree() {
+    rm -rf "$sample"
+    mkdir -p "$pictures"
+    cmake --install "$build" --prefix "$published" >/dev/null
+    mkdir -p "$published/$game"
+    cp "$build/samplegame/Tessaloom.exe" "$published/$game/"
+    printf 'version = 2\nlooms = 12\n' >"$published/$game/settings.ini"
+    blob textures 40960 "$published/Game/Tessaloom/Textures/textures.pak"
+    blob garden 700 "$published/Game/Tessaloom/Worlds/Hanging Gardens/north + south.map"
+    blob bridge 500 "$published/Game/Tessaloom/Worlds/Höhenzug/Brücke über den Fluß.map"
+    blob wool 300 "$published/Game/Tessaloom/Worlds/100% Wool/pattern 50%.map"
+    local number
+    for number in {01..24}; do
+        blob "pattern$number" 64 "$published/Game/Tessaloom/Patterns/Set $((10#$number % 4))/pattern $number.dat"
     done
+    printf 'Tessaloom, version 2\n' >"$published/readme.txt"
 }
 
-verified=0
-failed=0
-# verify WHAT COMMAND...: says whether the command holds.
-verify() {
-    local what=$1
-    shift
-    if "$@"; then
-        echo "   ok    $what"
-        verified=$((verified + 1))
-    else
-        echo "   FAIL  $what"
-        failed=$((failed + 1))
-    fi
+# Version 1, as the player has it: files missing, changed and left over, one folder that has to go, and a game that
+# is no program yet.
+make_installed_tree() {
+    cp -a "$published" "$tree"
+    rm -r "$tree/List.txt" "$tree/Game/TessaloomLauncher"
+    cmake --install "$build" --prefix "$tree" >/dev/null
+    rm -r "$tree/Game/Tessaloom/Worlds/Hanging Gardens" "$tree/Game/Tessaloom/Patterns/Set 3"
+    rm "$tree/Game/Tessaloom/Worlds/Höhenzug/Brücke über den Fluß.map"
+    blob "old textures" 40960 "$tree/Game/Tessaloom/Textures/textures.pak"
+    blob "old wool" 200 "$tree/Game/Tessaloom/Worlds/100% Wool/pattern 50%.map"
+    printf 'version = 1\nlooms = 8\n' >"$tree/$game/settings.ini"
+    printf 'Tessaloom, version 1\n' | tee "$tree/readme.txt" >"$tree/$game/Tessaloom.exe"
+    blob "old sound" 100 "$tree/Game/Tessaloom/Sounds of version 1/loom.ogg"
+    printf 'left over\n' >"$tree/Game/Tessaloom/left over.txt"
 }
 
-# Ends the script if another program listens where the sample server will.
-need_ports() {
-    local port
-    for port in $httpPort $httpsPort; do
-        if (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; then
-            give_up "Port $port of 127.0.0.1 is taken." "The sample server needs $httpPort and $httpsPort: end what listens there ('ss -ltnp' names it)."
-        fi
-    done
-}
-
+# start_server RATE: starts nginx, with a certificate that is trusted in the folder `home`. It gives out so many bytes
+# per second and file; 0: without a limit.
 start_server() {
-    local port
-    write_server_configuration $httpPort $httpsPort
+    mkdir -p "$server/temp" "$home/.pki/nssdb"
+    openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj "/CN=Tessaloom sample" \
+        -addext "subjectAltName=IP:127.0.0.1" -addext "extendedKeyUsage=serverAuth" \
+        -keyout "$server/key.pem" -out "$server/certificate.pem" 2>/dev/null
+    certutil -d "sql:$home/.pki/nssdb" -N --empty-password
+    certutil -d "sql:$home/.pki/nssdb" -A -t "C,," -n "Tessaloom sample" -i "$server/certificate.pem"
+    # nginx gives up the rights of root where it has them, and could then not read a tree below root's home.
+    local text port user=""
+    ((EUID != 0)) || user="user $(id -un) $(id -gn);"
+    text=$(<tools/sampleserver/nginx.conf.in)
+    text=${text//@USER@/$user}
+    text=${text//@RATE@/$1}
+    text=${text//@HTTP_PORT@/$httpPort}
+    text=${text//@HTTPS_PORT@/$httpsPort}
+    text=${text//@PUBLISHED@/"$published"}
+    text=${text//@PATCH_NOTES@/"$PWD/tools/sampleserver/patchnotes.html"}
+    printf '%s\n' "$text" >"$server/nginx.conf"
     nginx -p "$server" -e error.log -c nginx.conf &
     started+=($!)
-    for port in $httpPort $httpsPort; do
-        wait_for 10 eval "(exec 3<>/dev/tcp/127.0.0.1/$port) 2>/dev/null" ||
-            give_up "nginx does not answer on port $port." "Look into $server/error.log."
+    for port in "$httpPort" "$httpsPort"; do
+        wait_for 10 port_answers "$port" || give_up "nginx does not answer on port $port." "Look into $server/error.log."
     done
-    echo "http://127.0.0.1:$httpPort/LatestVersion/ and https://127.0.0.1:$httpsPort/launcher.php"
 }
 
 # --- The tree and what was fetched for it ---
 
-tree_equals_list() {
-    local directory missing=0
-    while IFS= read -r directory; do
-        [[ -d $tree/$directory ]] || { echo "         missing directory: $directory"; missing=1; }
-    done < <(listed_paths D)
-    diff <(listed_files) <(files_in_tree) | sed 's/^/         /'
-    ((PIPESTATUS[0] == 0 && missing == 0))
+# Whatever lies in one tree only is named. The temporary folders belong to the launcher, "started.txt" to the sample game.
+tree_is_as_published() {
+    diff -rq -x List.txt -x 'LAUNCHER_TEMP_EXE_FOLDER*' -x started.txt "$published" "$tree" | sed 's/^/         /'
 }
-left_over_is_gone() { [[ ! -e $tree/Game/Tessaloom/left\ over.txt && ! -e $tree/Game/Tessaloom/Sounds\ of\ version\ 1 ]]; }
+# expect_requests LIST...: notes what the server should log: the list so many times, and once each file that the
+# installed tree lacks or has otherwise.
+expect_requests() {
+    local file
+    { printf '%s\n' "$@"; (cd "$published" && find Game readme.txt -type f); } | while IFS= read -r file; do
+        cmp -s "$published/$file" "$tree/$file" ||
+            echo "GET 200 $(stat -c %s "$published/$file") /LatestVersion/$file"
+    done | LC_ALL=C sort >"$sample/expected.log"
+    echo "Installed in version 1: $tree. To be fetched: $(wc -l <"$sample/expected.log") files."
+}
 requests_as_expected() {
-    grep ' /LatestVersion/' "$server/access.log" | LC_ALL=C sort |
-        diff "$sample/expected.log" - | sed 's/^/         /'
-    ((PIPESTATUS[2] == 0))
+    grep ' /LatestVersion/' "$server/access.log" | LC_ALL=C sort | diff "$sample/expected.log" - | sed 's/^/         /'
+}
+verify_update() {
+    verify "the tree is equal to the published one" tree_is_as_published
+    verify "each outdated file was asked for once, and nothing else" requests_as_expected
+}
+
+# --- Processes ---
+
+# start_launcher COMMAND...: starts the installed launcher as a player does, under a supervisor that notes the exit codes
+# of all that it leaves behind.
+start_launcher() {
+    local supervisor=$PWD/tools/scripts/supervise.pl
+    (cd "$release" && exec perl "$supervisor" "$report" "$@" >>"$sample/launcher.log" 2>&1 </dev/null) &
+    started+=($!)
+}
+# "PID FOLDER" of every running temporary copy, as this system starts it or as Wine does.
+temporary_copies() {
+    local file program
+    for file in /proc/[0-9]*/cmdline; do
+        { IFS= read -r -d '' program <"$file"; } 2>/dev/null || continue
+        program=${program//\"/}
+        program=${program//\\/\/}
+        program=${program#Z:}
+        [[ $program == "$release"/LAUNCHER_TEMP_EXE_FOLDER*/TessaloomLauncher.exe ]] || continue
+        echo "$(basename "$(dirname "$file")") $(basename "$(dirname "$program")")"
+    done
+}
+launcherPid=none
+# Sets launcherPid and launcherFolder to a temporary copy other than the last one that was found.
+find_launcher() {
+    local pid folder
+    read -r pid folder < <(temporary_copies | grep -v "^$launcherPid " | tail -n 1) || return 1
+    launcherPid=$pid
+    launcherFolder=$folder
+}
+ended() { grep -q "^$1 " "$report"; }
+ended_well() { grep -qx "$1 0" "$report"; }
+# The sample game writes the folder from which it was started.
+game_started_in_its_folder() {
+    grep -qxF -e "Started from $tree/$game" -e "Started from Z:$tree/$game" "$tree/$game/started.txt" 2>/dev/null
 }
 
 # --- The window ---
 
 # The launcher's window, of fixed size and without a frame.
-window=
 find_window() {
     window=$(xdotool search --onlyvisible --name '^Tessaloom Launcher$' 2>/dev/null | head -n 1)
     [[ -n $window ]]
 }
-take_picture() { import -window "$window" "$1"; }
-# brightness PICTURE AREA: mean of the area, 0 to 255
-brightness() { convert "$1" -crop "$2" +repage -colorspace gray -format '%[fx:int(mean*255)]' info:; }
+take_picture() { import -window "$window" "$picture"; }
 # The button is a pale grey as long as it is disabled, and as dark as the window when it can be pressed.
 play_is_enabled() {
-    take_picture "$sample/now.png" && (($(brightness "$sample/now.png" 10x20+654+415) < 95))
+    take_picture &&
+        (($(convert "$picture" -crop 10x20+654+415 +repage -colorspace gray -format '%[fx:int(mean*255)]' info:) < 95))
 }
-# pixels PICTURE COLOUR: how many the tab's page has of it.
+# pixels COLOUR: how many the tab's page has of it.
 pixels() {
-    convert "$1" -crop 709x370+12+40 +repage -fuzz 4% -fill black +opaque "$2" -fill white -opaque "$2" \
+    convert "$picture" -crop 709x370+12+40 +repage -fuzz 4% -fill black +opaque "$1" -fill white -opaque "$1" \
         -colorspace gray -format '%[fx:int(mean*w*h)]' info:
 }
-# Pure white on a ground of its own, and none of the gold that the page has.
+# Pure white on a ground of its own, and neither the gold of the page nor the blue of the link.
 log_is_visible() {
-    take_picture "$sample/now.png"
-    (($(pixels "$sample/now.png" white) > 500 && $(pixels "$sample/now.png" '#191919') > 50000 &&
-        $(pixels "$sample/now.png" '#ffd873') < 100))
+    take_picture
+    (($(pixels white) > 500 && $(pixels '#191919') > 50000 && $(pixels '#ffd873') < 100 && $(pixels '#2a82da') < 100))
 }
 press() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
-has_its_size() { [[ $(identify -format '%wx%h' "$1") == 733x451 ]]; }
+has_its_size() { [[ $(identify -format '%wx%h' "$picture") == 733x451 ]]; }
 # The large file takes some seconds, so that the meter can be caught.
-files_arrive() {
-    play_is_enabled && return 0
-    (($(grep -c ' /LatestVersion/' "$server/access.log" || true) > 5))
+files_arrive() { play_is_enabled || (($(grep -c ' /LatestVersion/' "$server/access.log") > 5)); }
+
+# --- The steps of the road ---
+
+wait_for_launcher() {
+    wait_for 60 find_launcher || give_up "The temporary copy of the launcher did not start." "Look into $sample/launcher.log."
+}
+# Waits until the launcher that has just been started has a window with Play enabled.
+wait_for_play() { wait_for 60 find_launcher && wait_for 60 find_window && wait_for 120 play_is_enabled; }
+# Waits until files arrive, and leaves a picture of it.
+watch_update() {
+    wait_for_launcher
+    wait_for 60 find_window || give_up "No window came up." "Look into $sample/launcher.log."
+    wait_for 60 files_arrive || give_up "The update did not begin." "Look into $server/error.log."
+    sleep 1
+    take_picture
+    cp "$picture" "$pictures/downloading.png"
+}
+# verify_first_tab COMMAND: waits for the update's end. The command tells the patch notes on the picture.
+verify_first_tab() {
+    wait_for 120 play_is_enabled || true
+    wait_for 30 "$1" || true
+    cp "$picture" "$pictures/patch-notes.png"
+    verify "the window has 733 by 451 pixels" has_its_size
+    verify "the patch notes are on the first tab" "$1"
+    verify "Play is enabled" play_is_enabled
+}
+verify_second_tab() {
+    press 130 24
+    wait_for 10 log_is_visible || true
+    cp "$picture" "$pictures/log.png"
+    verify "the log is on the second tab" log_is_visible
+    echo "   Pictures in $pictures"
+}
+press_play() {
+    press 686 425
+    wait_for 60 ended "$launcherPid" || true
+    wait_for 20 game_started_in_its_folder || true
+}
+verify_play() {
+    verify "the game was started from its own folder" game_started_in_its_folder
+    verify "the launcher ended with 0" ended_well "$launcherPid"
 }

@@ -11,6 +11,10 @@ my $call = $prctl{$machine} or die "supervise.pl: don't know the number of prctl
 my $becomeSubreaper = 36;
 syscall($call, $becomeSubreaper, 1, 0, 0, 0) == 0 or die "supervise.pl: prctl: $!\n";
 
+# Asked to end, it asks all of them first.
+my $ownChildren = "/proc/$$/task/$$/children";
+$SIG{TERM} = sub { kill('TERM', split(' ', `cat $ownChildren`)); exit(128 + 15) };
+
 open(my $log, '>>', $report) or die "supervise.pl: $report: $!\n";
 my $first = fork() // die "supervise.pl: fork: $!\n";
 if ($first == 0) {

@@ -1,0 +1,154 @@
+# shellcheck shell=bash
+# What all scripts share: words, clean-up, packages, builds, counted results, the virtual display. Each script sources
+# it first, after `set -euo pipefail`, with its own path in `script`. It moves to the root of the checkout.
+cd "$(dirname "${BASH_SOURCE[0]}")/../.."
+
+# Shows the comment at the top of the script and ends it.
+usage() {
+    sed -n '2,/^[^#]/s/^# \?//p' "$script"
+    exit 2
+}
+say() { printf '\n== %s\n' "$*"; }
+# give_up WHAT [REMEDY]
+give_up() {
+    printf '%s: %s\n' "$(basename "$script")" "$1" >&2
+    [[ -z ${2:-} ]] || printf '    %s\n' "$2" >&2
+    exit 1
+}
+
+# Ends with the script: the processes in `started`, and the folder `temporary`.
+started=()
+temporary=$(mktemp -d)
+clean_up() {
+    ((${#started[@]} == 0)) || kill "${started[@]}" 2>/dev/null || true
+    rm -rf "$temporary"
+}
+trap clean_up EXIT
+trap 'exit 130' INT TERM
+
+# Qt's web engine does not start as root with its sandbox.
+((EUID != 0)) || export QTWEBENGINE_DISABLE_SANDBOX=1
+# Where Debian keeps nginx is not in everybody's path.
+PATH=$PATH:/usr/sbin
+
+# need_packages PACKAGE...: installs those of Debian's packages that are missing, as root or through sudo.
+need_packages() {
+    say "Packages"
+    local package missing=() asRoot=()
+    for package in "$@"; do
+        [[ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" == installed ]] || missing+=("$package")
+    done
+    echo "Missing: ${missing[*]:-none}"
+    ((${#missing[@]} > 0)) || return 0
+    ((EUID == 0)) || asRoot=(sudo)
+    if ! command -v apt-get >/dev/null || ! command -v "${asRoot[@]:-env}" >/dev/null; then
+        give_up "These packages of Debian 12 have to be installed, by root: ${missing[*]}"
+    fi
+    local install=("${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive
+        apt-get install -y -q --no-install-recommends "${missing[@]}")
+    # The machine's lists may be older than the packages that they name. They are fetched only if it fails without.
+    "${install[@]}" || { "${asRoot[@]}" apt-get update -q && "${install[@]}"; } ||
+        give_up "apt-get could not install all of: ${missing[*]}" "Its own words are above."
+}
+
+# --- Results ---
+
+passed=0
+failed=0
+skipped=0
+# verify WHAT COMMAND...: counts whether the command succeeds, and says it.
+verify() {
+    local what=$1
+    shift
+    if "$@"; then
+        echo "   ok    $what"
+        passed=$((passed + 1))
+    else
+        echo "   FAIL  $what"
+        failed=$((failed + 1))
+    fi
+}
+# Ends the script with the result. The counts are its very last line.
+finish() {
+    ((passed > 0 || failed > 0)) || failed=1
+    local result="all passed" counts="$passed passed, $failed failed"
+    ((failed == 0)) || result=FAILED
+    ((skipped == 0)) || counts+=", $skipped skipped"
+    say "RESULT: $result"
+    echo "$counts"
+    exit $((failed > 0))
+}
+
+# --- Building and testing ---
+
+# build PRESET FOLDER TARGET [OPTION...]: configures by a preset of CMakePresets.json, and builds. A failure is counted
+# and ends the script.
+build() {
+    local preset=$1 folder=$2 target=$3
+    shift 3
+    say "Build of $target in $folder"
+    mkdir -p "$folder"
+    if ! cmake --preset "$preset" -B "$folder" "$@" >"$folder/configure.log" 2>&1; then
+        cat "$folder/configure.log"
+    elif cmake --build "$folder" --target "$target"; then
+        return
+    fi
+    failed=$((failed + 1))
+    finish
+}
+
+# run_tests PRESET FOLDER [OPTION...]: runs ctest and counts the rows of its tests. A program that fails without a failed
+# row has crashed or run out of time, and counts as one.
+run_tests() {
+    local preset=$1 folder=$2 code=0 good bad left
+    shift 2
+    say "Tests in $folder"
+    ctest --preset "$preset" "$@" || code=$?
+    read -r good bad left < <(awk '
+        /^[0-9]+\/[0-9]+ Testing: / { rows = 0; failures = 0 }
+        /^PASS   : / { if (!/(initTestCase|cleanupTestCase)\(\)/) { ++good; ++rows } }
+        /^FAIL!  : / { ++bad; ++failures }
+        /^SKIP   : / { ++left; ++rows }
+        /^Test Passed/ { if (!rows) ++good }
+        /^Test Failed/ { if (!failures) ++bad }
+        END { print good + 0, bad + 0, left + 0 }' "$folder/Testing/Temporary/LastTest.log")
+    ((code == 0 || bad > 0)) || bad=1
+    if ((left > 0)); then
+        echo "Skipped:"
+        sed -n 's/^SKIP *: /   /p' "$folder/Testing/Temporary/LastTest.log"
+    fi
+    passed=$((passed + good)) failed=$((failed + bad)) skipped=$((skipped + left))
+}
+
+# --- Waiting, the display and ports ---
+
+# wait_for SECONDS COMMAND...: false if the command has not become true in that time.
+wait_for() {
+    local end=$((SECONDS + $1))
+    shift
+    until "$@"; do
+        ((SECONDS < end)) || return 1
+        sleep 0.2
+    done
+}
+
+# A virtual display of its own: no window comes up on the developer's.
+start_display() {
+    local display number
+    exec {display}< <(exec Xvfb -displayfd 1 -noreset -screen 0 1024x768x24 -nolisten tcp 2>"$temporary/xvfb.log")
+    started+=($!)
+    read -r -t 20 -u "$display" number ||
+        give_up "The virtual display did not start: $(cat "$temporary/xvfb.log")" "The package is called xvfb."
+    unset WAYLAND_DISPLAY XAUTHORITY
+    export DISPLAY=":$number" QT_QPA_PLATFORM=xcb XDG_RUNTIME_DIR=$temporary
+}
+
+port_answers() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
+# need_ports PORT...: ends the script if another program listens where a server will.
+need_ports() {
+    local port
+    for port in "$@"; do
+        ! port_answers "$port" ||
+            give_up "Port $port of 127.0.0.1 is taken." "End what listens there: 'ss -ltnp' names it."
+    done
+}
