@@ -1,35 +1,55 @@
 #!/bin/bash
-# What no compiler of this system notices: a source outside src/platform that knows which system this is, and one
-# that Windows' own headers would not take. Looks at the sources that need no Qt, since only they compile without one
-# for Windows. sources.sh ROOT
+# Checks of the sources that no compiler makes.
+#
+# sources.sh rooms    no file includes against the order of the rooms, and only src/platform knows the system
+# sources.sh format   clang-format would change nothing
+# sources.sh shell    shellcheck has nothing to say about the scripts
 set -euo pipefail
-cd "$1"
+cd "$(dirname "$(readlink -f "$0")")/.."
 
-if grep -rnE '_WIN32|Q_OS_|windows\.h|unistd\.h' --include='*.cpp' --include='*.h' --exclude-dir=platform src tools; then
-    echo "sources: these lines belong into src/platform" >&2
-    exit 1
-fi
+core="platform helpers digest processes gametree"
+# What each room may include beside its own headers: whole rooms or single headers.
+declare -A mayInclude=(
+    [platform]=""
+    [helpers]="platform"
+    [digest]="platform helpers"
+    [processes]="platform helpers"
+    [gametree]="platform helpers digest processes startup/strings.h"
+    [form]=""
+    [qtdownload]="$core startup mainwindow"
+    [mainwindow]="$core form qtdownload startup"
+    [startup]="$core form mainwindow"
+    [makelist]="$core startup/strings.h"
+    [checkserver]="$core"
+    [bench]="$core form mainwindow startup"
+)
 
-compiler=x86_64-w64-mingw32-g++
-if ! command -v $compiler >/dev/null; then
-    echo "sources: no $compiler here, nothing compiled for Windows"
-    exit 0
-fi
-export compiler
-# Says the file's name once the compiler has accepted it; a file that includes Qt is passed over.
-check_source() {
-    local errors
-    if errors=$($compiler -std=c++17 -Wall -Wextra -Werror -DUPDATE_SERVER_HOST='"host"' -DPATCH_NOTES_HOST='"host"' \
-        -msha -mavx2 -mbmi -mbmi2 -mxsave -Isrc -fsyntax-only "$1" 2>&1); then
-        echo "$1"
-    elif [[ ! $errors =~ 'fatal error: Q'[A-Za-z]+': No such file' ]]; then
-        echo "$errors" >&2
-        return 1
+check_rooms() {
+    local file line text room header allowed wrong=0
+    while IFS=: read -r file line text; do
+        room=${file#*/}
+        room=${room%%/*}
+        header=${text#*\"}
+        header=${header%%\"*}
+        allowed=" $room ${mayInclude[$room]-} "
+        if [[ $allowed != *" ${header%%/*} "* && $allowed != *" $header "* ]]; then
+            echo "$file:$line: $room must not include $header"
+            wrong=1
+        fi
+    done < <(grep -rnE '^[[:space:]]*#[[:space:]]*include "' --include='*.cpp' --include='*.h' src tools)
+
+    local systems='_WIN32|_WIN64|__linux__|__unix__|Q_OS_|Q_CC_|_MSC_VER|__GNUC__|__clang__|__MINGW|__x86_64__|_M_X64'
+    if grep -rnE "^[[:space:]]*#[[:space:]]*(el)?if.*($systems)" --include='*.cpp' --include='*.h' src tools tests |
+        grep -v '^src/platform/' || grep -rnE '#include <(windows|unistd)\.h>' src tools | grep -v '^src/platform/'; then
+        echo "These lines belong into src/platform."
+        wrong=1
     fi
+    return $wrong
 }
-export -f check_source
-accepted=$(find src -name '*.cpp' ! -path 'src/platform/*' -print0 |
-    xargs -0 -P "$(nproc)" -I{} bash -c 'check_source "$1"' - {})
-echo "sources: accepted for Windows:" $accepted
-# The helpers never need Qt as a whole: if none was compiled, the check looked at nothing.
-[[ $accepted == *src/helpers/text.cpp* ]]
+
+case "$*" in
+    rooms) check_rooms ;;
+    format) find src tools tests -name '*.cpp' -print0 -o -name '*.h' -print0 | xargs -0 clang-format --dry-run -Werror ;;
+    shell) shellcheck --external-sources --check-sourced run test windows bench .ci/run tests/sources.sh tools/scripts/runtest.sh ;;
+    *) sed -n '2,/^[^#]/s/^# \?//p' "$0"; exit 2 ;;
+esac

@@ -3,6 +3,6 @@
 
 #include <string>
 
-// True if a process other than this one has `name` in its file name, in any case, launchers included; the game's
-// servers don't count. False also if the process table can't be read. A snapshot.
+// True if a process other than this one has `name` in its file name, in any case, launchers included; the
+// game's servers don't count. False also if the process table can't be read. A snapshot.
 bool IsGameProcessRunning(std::string name);

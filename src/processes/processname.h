@@ -6,11 +6,11 @@
 
 #include "platform/platform.h"
 
-// Identifiers of the running processes, in the system's order, without identifier 0; at most 1024. Empty if the
-// table could not be read.
+// Identifiers of the running processes, in the system's order, without identifier 0; at most 1024. Empty if
+// the table could not be read.
 std::vector<DWORD> RunningProcesses();
 
-// The file name of the process's executable exactly as the system gives it, or "<unknown>" (UnknownProcessName) for
-// a process that can't be opened or read.
+// The file name of the process's executable exactly as the system gives it, or "<unknown>"
+// (UnknownProcessName) for a process that can't be opened or read.
 std::string ProcessName(DWORD process);
 extern const char* const UnknownProcessName;
