@@ -5,8 +5,8 @@
 #include <QFile>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QUrl>
 
+#include "gametree/address.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"
@@ -46,8 +46,7 @@ void QtDownload::setTransfer(const std::string& address, const std::string& path
 
 void QtDownload::download()
 {
-    const QUrl address = QUrl::fromEncoded(url.toLocal8Bit(), QUrl::TolerantMode);
-    reply = manager.get(QNetworkRequest(address));
+    reply = manager.get(QNetworkRequest(RequestAddress(url.toLocal8Bit())));
     connect(reply, SIGNAL(downloadProgress(qint64, qint64)), this, SLOT(downloadProgress(qint64, qint64)));
 }
 
