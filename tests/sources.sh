@@ -19,7 +19,8 @@ declare -A mayInclude=(
     [qtdownload]="$core startup mainwindow"
     [mainwindow]="$core form qtdownload startup"
     [startup]="$core form mainwindow"
-    [makelist]="$core startup/strings.h"
+    [console]="platform helpers"
+    [makelist]="$core startup/strings.h console"
     [checkserver]="$core"
     [bench]="$core form mainwindow startup"
 )

@@ -1,55 +1,111 @@
-// make-list TREE: the publisher's command. The list goes to standard output, whole or not at all; what there
-// is to say about the tree goes to standard error. Exit code 0: fine, warnings allowed; 1: the tree can't be
-// published as it is, or the list not written; 2: wrong usage.
+// make-list: the publisher's command that lists a game tree.
 
+#include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <string>
 
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include "console/commandline.h"
 #include "makelist/makelist.h"
 #include "platform/platform.h"
 
 namespace {
-// One line that renews itself with each per cent, and only where somebody watches.
-void ShowProgress(std::size_t done, std::size_t total)
-{
-    static std::size_t shown = 101;
-    const std::size_t percent = total == 0 ? 100 : done * 100 / total;
-    if (percent == shown)
-        return;
-    shown = percent;
-    std::fprintf(stderr, "\r%zu / %zu files%s", done, total, done == total ? "\n" : "");
-    std::fflush(stderr);
-}
+const char Help[] =
+    R"(Usage: make-list TREE [-o FILE]
+Writes the list of the game tree TREE, the folder that holds "Game".
+
+  -o FILE    write the list to FILE, which is replaced when the list is complete
+             (without it: to standard output)
+  --help     show this text
+  --version  show the version
+
+What there is to say about the tree goes to standard error, one line each.
+Exit code 0: the list was written, warnings allowed; 1: there is no list, and
+the lines that begin with "make-list: error" say why; 2: wrong usage.
+)";
 
 void Print(const char* kind, const std::vector<std::string>& remarks)
 {
     for (const std::string& remark : remarks)
         std::fprintf(stderr, "make-list: %s: %s\n", kind, remark.c_str());
 }
+
+// Why the list can't be written to this file as far as can be seen before there is one, or nothing.
+QString FindObstacle(const QString& path)
+{
+    const QFileInfo file(path);
+    if (file.isDir())
+        return path + ": is a directory";
+    return QFileInfo(file.absolutePath()).isWritable() ? "" : path + ": its directory can't be written to";
+}
+
+// Why the list could not be written to standard output, or nothing.
+QString WriteToStandardOutput(const std::string& list)
+{
+    const bool written =
+        std::fwrite(list.data(), 1, list.size(), stdout) == list.size() && std::fflush(stdout) == 0;
+    return written ? "" : "standard output: the list could not be written in full";
+}
+
+// The same for a file, which keeps its old content until the new one is on the disk.
+QString WriteToFile(const std::string& list, const QString& path)
+{
+    // An end between these lines would leave the unfinished file behind. They take but a moment.
+    std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGTERM, SIG_IGN);
+    QSaveFile file(path);
+    // With a buffer, commit() would not tell of a disk that is full when the buffer goes to it.
+    bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+    // Where only a part finds room, the next call says why.
+    for (std::size_t at = 0; written && at < list.size();) {
+        const qint64 count = file.write(list.data() + at, static_cast<qint64>(list.size() - at));
+        written = count > 0;
+        at += static_cast<std::size_t>(std::max<qint64>(count, 0));
+    }
+    return written && file.commit() ? "" : path + ": " + file.errorString();
+}
 } // namespace
 
 int main(int argc, char* argv[])
 {
     FixTextConventions();
-    if (argc != 2 || argv[1][0] == '\0' || argv[1][0] == '-') {
-        std::fprintf(stderr,
-                     "Usage: make-list TREE > List.txt\n"
-                     "Writes the list of the game tree TREE, the folder that holds \"Game\".\n");
-        return 2;
-    }
+    QCoreApplication application(argc, argv);
+    FixTextConventions();
+    QCoreApplication::setApplicationName("make-list");
+    QCoreApplication::setApplicationVersion(PROGRAM_VERSION);
+    QCommandLineParser parser;
+    const QCommandLineOption outputOption("o", "", "FILE");
+    parser.addOption(outputOption);
+    if (const auto code = ReadCommandLine(parser, Help))
+        return *code;
+    const QString output = parser.value(outputOption);
+    if (parser.isSet(outputOption) && output.isEmpty())
+        return ComplainAboutUsage("The name of FILE is empty", Help);
 
-    const bool watched = _isatty(_fileno(stderr)) != 0;
     Remarks remarks;
-    const std::string list = MakeList(argv[1], remarks, [watched](std::size_t done, std::size_t total) {
-        if (watched)
-            ShowProgress(done, total);
-    });
+    const QString obstacle = output.isEmpty() ? "" : FindObstacle(output);
+    if (!obstacle.isEmpty()) {
+        Print("error", {obstacle.toStdString()});
+        return SomethingWrong;
+    }
+    std::string list;
+    {
+        ProgressLine line;
+        list = MakeList(
+            parser.positionalArguments().first().toStdString(), remarks,
+            [&line](const Progress& progress) { line.Show(progress); }, output.toStdString());
+    }
     Print("warning", remarks.warnings);
     Print("error", remarks.errors);
     if (!remarks.errors.empty())
-        return 1;
-    if (std::fwrite(list.data(), 1, list.size(), stdout) != list.size() || std::fflush(stdout) != 0) {
-        std::fprintf(stderr, "make-list: error: standard output: the list could not be written in full\n");
-        return 1;
-    }
-    return 0;
+        return SomethingWrong;
+    const QString trouble = output.isEmpty() ? WriteToStandardOutput(list) : WriteToFile(list, output);
+    if (trouble.isEmpty())
+        return Fine;
+    Print("error", {trouble.toStdString()});
+    return SomethingWrong;
 }

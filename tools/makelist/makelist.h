@@ -1,16 +1,14 @@
 // Makes the publisher's list of a tree: walks it, takes the digests, writes the records.
 #pragma once
 
-#include <cstddef>
-#include <functional>
 #include <string>
 
+#include "makelist/digests.h"
 #include "makelist/rules.h"
 
-// Called before each file is digested: files done, files in all.
-using ListProgress = std::function<void(std::size_t done, std::size_t total)>;
-
-// The list's text: D records of every directory on the way to a published file, parents first, then the F
-// records, both sorted, so that the same tree gives the same list. Only to be used if `remarks` got no error.
-// Blocks.
-std::string MakeList(std::string tree, Remarks& remarks, const ListProgress& progress);
+// The list's text: how many records it has, then the D records of every directory on the way to a published
+// file, parents first, then the F records, both sorted, so that the same tree gives the same list. It is
+// empty if `remarks` got an error. `output` is the file that the list will be written to, or empty; in the
+// tree it is not listed. `threads` take the digests; 0: as many as there are processors. Blocks.
+std::string MakeList(std::string tree, Remarks& remarks, const ProgressFunction& progress,
+                     const std::string& output = "", unsigned threads = 0);

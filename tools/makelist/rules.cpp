@@ -4,8 +4,9 @@
 #include <unordered_map>
 
 #include <QString>
-#include <QUrl>
 
+#include "console/remark.h"
+#include "gametree/address.h"
 #include "gametree/layout.h"
 #include "gametree/listedpath.h"
 #include "helpers/paths.h"
@@ -42,22 +43,7 @@ bool HasControlCharacter(const std::string& text)
 {
     return std::any_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
 }
-
-// True if the address that the launcher makes of the path reaches the server as this path.
-bool SurvivesAsUrl(std::string path)
-{
-    ReplaceAll(path, "\\", "/");
-    const QUrl url = QUrl::fromEncoded(("http://server/" + path).c_str(), QUrl::TolerantMode);
-    return url.path(QUrl::FullyDecoded).toUtf8().toStdString() == "/" + path;
-}
 } // namespace
-
-std::string Remark(std::string path, const std::string& reason)
-{
-    std::replace_if(
-        path.begin(), path.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return path + ": " + reason;
-}
 
 bool IsLeftOut(const std::string& path)
 {
@@ -96,7 +82,7 @@ void JudgeName(const std::string& path, Remarks& remarks)
 
 void JudgeFile(const std::string& path, std::int64_t size, Remarks& remarks)
 {
-    if (path.find_first_of("?%") != std::string::npos && !SurvivesAsUrl(path))
+    if (path.find_first_of("?%") != std::string::npos && !AddressKeepsPath(updateServerUrl, path))
         remarks.warnings.push_back(Remark(
             path, "\"?\" or \"%\" is read otherwise in an address: the launcher asks for another file"));
     if (!Contains(path, "."))

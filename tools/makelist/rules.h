@@ -16,9 +16,6 @@ struct Remarks
     std::vector<std::string> warnings;
 };
 
-// The text of a remark, in one line whatever the path holds.
-std::string Remark(std::string path, const std::string& reason);
-
 // True for a file that the launcher spares on the player's disk, and for the list itself: they are not
 // published.
 bool IsLeftOut(const std::string& path);

@@ -1,0 +1,111 @@
+#include "makelist/walk.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include "console/remark.h"
+#include "helpers/text.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+// The file that the list goes to, with links resolved, or an empty path.
+fs::path ResolvedOutput(const std::string& output)
+{
+    if (output.empty())
+        return {};
+    const QFileInfo file(QString::fromStdString(output));
+    const QString path = file.exists() ? file.canonicalFilePath() : file.absoluteFilePath();
+    return fs::u8path(path.toStdString());
+}
+
+// True for the file in the same folder that the list is first written to.
+bool IsUnfinishedOutput(const std::string& name, const std::string& outputName)
+{
+    const std::string start = outputName + ".";
+    static const QRegularExpression madeUp("^[A-Za-z0-9]{6}$");
+    return name.compare(0, start.size(), start) == 0 &&
+           madeUp.match(QString::fromStdString(name.substr(start.size()))).hasMatch();
+}
+
+std::string CantBeRead(const std::error_code& error)
+{
+    return "can't be read (" + error.message() + ")";
+}
+
+// Goes through one tree. It sees what the launcher's own walk passes over without a word: what is neither a
+// file nor a directory, and what can't be read.
+struct Walk
+{
+    const fs::path& output; // with links resolved, or empty
+    FoundTree& found;
+    Remarks& remarks;
+
+    // `relative` is empty or ends in a backslash.
+    std::error_code Enter(const fs::path& folder, const std::string& relative)
+    {
+        std::error_code error;
+        fs::directory_iterator entry(folder, error);
+        while (!error && entry != fs::directory_iterator()) {
+            Visit(*entry, relative);
+            entry.increment(error);
+        }
+        return error;
+    }
+
+    void Visit(const fs::directory_entry& entry, const std::string& relative)
+    {
+        const std::string name = entry.path().filename().u8string();
+        const std::string path = relative + name;
+        std::error_code error;
+        const fs::file_status status = entry.status(error);
+        if (Contains(name, "\\")) {
+            remarks.errors.push_back(Remark(path, "a name with \"\\\", which separates folders"));
+        } else if (fs::is_directory(status)) {
+            found.directories.insert(path);
+            if ((error = Enter(entry.path(), path + "\\")))
+                remarks.errors.push_back(Remark(path, CantBeRead(error)));
+        } else if (fs::is_regular_file(status)) {
+            AddFile(entry, path, name);
+        } else if (fs::exists(status) || status.type() == fs::file_type::not_found) {
+            remarks.warnings.push_back(Remark(path, "neither a file nor a directory, left out"));
+        } else {
+            remarks.errors.push_back(Remark(path, CantBeRead(error)));
+        }
+    }
+
+    void AddFile(const fs::directory_entry& entry, const std::string& path, const std::string& name)
+    {
+        const std::string outputName = output.filename().u8string();
+        const bool unfinished = !output.empty() && IsUnfinishedOutput(name, outputName);
+        std::error_code error;
+        if ((unfinished || (!output.empty() && name == outputName)) &&
+            fs::equivalent(entry.path().parent_path(), output.parent_path(), error)) {
+            found.leftOut.insert(path);
+            if (unfinished)
+                remarks.warnings.push_back(
+                    Remark(path, "left out: what an ended run of make-list left behind"));
+            return;
+        }
+        if (IsLeftOut(path)) {
+            found.leftOut.insert(path);
+            return;
+        }
+        TreeFile file;
+        file.path = path;
+        file.size = static_cast<std::int64_t>(entry.file_size(error));
+        if (!error)
+            file.changed = entry.last_write_time(error);
+        if (error)
+            remarks.errors.push_back(Remark(path, CantBeRead(error)));
+        else
+            found.files.push_back(std::move(file));
+    }
+};
+} // namespace
+
+std::error_code WalkTree(const fs::path& root, const std::string& output, FoundTree& found, Remarks& remarks)
+{
+    const fs::path resolved = ResolvedOutput(output);
+    return Walk{resolved, found, remarks}.Enter(root, "");
+}
