@@ -21,7 +21,7 @@ declare -A mayInclude=(
     [startup]="$core form mainwindow"
     [console]="platform helpers"
     [makelist]="$core startup/strings.h console"
-    [checkserver]="$core"
+    [checkserver]="$core console"
     [bench]="$core form mainwindow startup"
 )
 
@@ -51,6 +51,6 @@ check_rooms() {
 case "$*" in
     rooms) check_rooms ;;
     format) find src tools tests -name '*.cpp' -print0 -o -name '*.h' -print0 | xargs -0 clang-format --dry-run -Werror ;;
-    shell) shellcheck --external-sources --check-sourced run test windows bench .ci/run tests/sources.sh tools/scripts/runtest.sh ;;
+    shell) shellcheck --external-sources --check-sourced run test windows bench .ci/run tests/sources.sh tools/scripts/{runtest,publisherroad}.sh ;;
     *) sed -n '2,/^[^#]/s/^# \?//p' "$0"; exit 2 ;;
 esac

@@ -25,12 +25,17 @@ void SplitRecord(const std::string& line, std::vector<std::string>& fields)
 
 void ReadListLines(std::vector<std::string>& lines, const std::string& path)
 {
-    // In binary mode, and CR LF taken here: text mode would read differently on each system, and on Windows
+    // In binary mode, and CR LF taken below: text mode would read differently on each system, and on Windows
     // end at a Ctrl-Z in the middle of the list.
     std::ifstream file(NativePath(path), std::ios::binary);
+    SplitLines(file, lines);
+}
+
+void SplitLines(std::istream& text, std::vector<std::string>& lines)
+{
     std::string line;
-    while (std::getline(file, line)) {
-        const bool ended = !file.eof();
+    while (std::getline(text, line)) {
+        const bool ended = !text.eof();
         if (ended && !line.empty() && line.back() == '\r')
             line.pop_back();
         lines.push_back(line);

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -46,6 +47,9 @@ struct ContentList
 
 // Appends each line of the file, without its line end, to `lines`. An unreadable file appends nothing.
 void ReadListLines(std::vector<std::string>& lines, const std::string& path);
+
+// The same for a list that comes from elsewhere; `text` delivers its bytes as they are.
+void SplitLines(std::istream& text, std::vector<std::string>& lines);
 
 // Appends the fields of `text` to `fields`: one more than there are delimiters. `delimiter` is not empty.
 void SplitString(const std::string& text, const std::string& delimiter, std::vector<std::string>& fields);

@@ -1,0 +1,82 @@
+// The check of a server: what it says of answers that a real web server gives on a bad day only.
+#include <QtTest>
+
+#include "checkserver/servercheck.h"
+#include "support/scriptedserver.h"
+
+namespace {
+const std::string Content = "content";
+const std::string Digest = "ed7002b439e9ac845f22357d822bac1444730fbdb6016d3ec9432297b9ec9f73";
+
+std::string ListOf(const std::string& names)
+{
+    std::string list = "#records#" + std::to_string(names.size()) + "\n";
+    for (const char name : names)
+        list += std::string("F#") + name + "#7#" + Digest + "\n";
+    return list;
+}
+
+// The findings, a line each, and then the files checked and listed.
+QString Check(const ScriptedServer& server)
+{
+    QString said;
+    const CheckResult result = CheckServer(
+        {server.BaseUrl(), false, std::chrono::seconds(1)},
+        [&](const std::string& finding) { said += QString::fromStdString(finding) + "\n"; },
+        [](const Progress&) {});
+    return said + QString("%1/%2").arg(result.checked).arg(result.files);
+}
+} // namespace
+
+class CheckServerTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void oneBadAnswerAmongGoodOnes()
+    {
+        const std::string list = ListOf("abc");
+        const struct
+        {
+            const char* path;
+            std::string body = Content;
+            int sendOnly = -1;
+            bool stalls = false;
+            const char* said; // of this path alone
+        } rows[] = {
+            {.path = "b", .body = "CONTENT", .said = "other content: .+\n3/3"},
+            {.path = "b", .sendOnly = 3, .said = "cut short: 3 of 7 bytes came\n3/3"},
+            {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 1 s.+\n2/3"},
+            {.path = "List.txt", .sendOnly = 0, .stalls = true, .said = "no answer for 1 s.+\n0/0"},
+            {.path = "List.txt", .body = "<html>", .said = "no list but something else.+\n0/0"},
+            {.path = "List.txt", .body = ListOf("ab") + "F#c\n", .said = "an invalid list.+\n0/0"},
+            {.path = "List.txt", .body = list.substr(list.find('F')), .said = "without its n.+\n3/3"},
+        };
+        for (const auto& row : rows) {
+            ScriptedServer server;
+            server.fallback = {200, Content};
+            server.scripts["List.txt"] = {200, list};
+            Script& script = server.scripts[row.path] = {200, row.body};
+            script.sendOnly = row.sendOnly;
+            script.stalls = row.stalls;
+            const QString said = Check(server);
+            const QRegularExpression expected(QString("^%1: %2$").arg(row.path, row.said));
+            QVERIFY2(expected.match(said).hasMatch(), qPrintable(said));
+        }
+    }
+
+    // As the launcher has them; what came late is said in its place all the same.
+    void fifteenRequestsAtOnceAndFindingsInTheListsOrder()
+    {
+        ScriptedServer server;
+        server.fallback = {200, Content};
+        server.fallback.delay = 50;
+        server.scripts = {{"List.txt", {200, ListOf("abcdefghijklmnopqrst")}}, {"b", {404}}, {"c", {404}}};
+        server.scripts["b"].delay = 300;
+        QCOMPARE(Check(server), QString("b: missing (404 Scripted)\nc: missing (404 Scripted)\n20/20"));
+        QCOMPARE(server.mostAtOnce, 15);
+    }
+};
+
+QTEST_GUILESS_MAIN(CheckServerTest)
+#include "checkserver_test.moc"
