@@ -97,13 +97,15 @@ build() {
     finish
 }
 
-# run_tests PRESET FOLDER [OPTION...]: runs ctest and counts the rows of its tests. A program that fails without a failed
+# run_tests PRESET FOLDER: runs ctest and counts the rows of its tests. A program that fails without a failed
 # row has crashed or run out of time, and counts as one.
 run_tests() {
-    local preset=$1 folder=$2 code=0 good bad left
-    shift 2
+    local preset=$1 folder=$2 code=0 good bad left log
+    log=$folder/Testing/Temporary/LastTest.log
     say "Tests in $folder"
-    ctest --preset "$preset" "$@" || code=$?
+    mkdir -p "$(dirname "$log")"
+    : >"$log"
+    ctest --preset "$preset" || code=$?
     read -r good bad left < <(awk '
         /^[0-9]+\/[0-9]+ Testing: / { rows = 0; failures = 0 }
         /^PASS   : / { if (!/(initTestCase|cleanupTestCase)\(\)/) { ++good; ++rows } }
@@ -111,11 +113,11 @@ run_tests() {
         /^SKIP   : / { ++left; ++rows }
         /^Test Passed/ { if (!rows) ++good }
         /^Test Failed/ { if (!failures) ++bad }
-        END { print good + 0, bad + 0, left + 0 }' "$folder/Testing/Temporary/LastTest.log")
+        END { print good + 0, bad + 0, left + 0 }' "$log")
     ((code == 0 || bad > 0)) || bad=1
     if ((left > 0)); then
         echo "Skipped:"
-        sed -n 's/^SKIP *: /   /p' "$folder/Testing/Temporary/LastTest.log"
+        sed -n 's/^SKIP *: /   /p' "$log"
     fi
     passed=$((passed + good)) failed=$((failed + bad)) skipped=$((skipped + left))
 }
