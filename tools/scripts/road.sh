@@ -45,7 +45,7 @@ make_published_tree() {
 # Version 1, as the player has it: files missing, changed and left over, one folder that has to go, and a game that
 # is no program yet.
 make_installed_tree() {
-    cp -a "$published" "$tree"
+    cp -a "$published/." "$tree"
     rm -r "$tree/List.txt" "$tree/Game/TessaloomLauncher"
     cmake --install "$build" --prefix "$tree" >/dev/null
     rm -r "$tree/Game/Tessaloom/Worlds/Hanging Gardens" "$tree/Game/Tessaloom/Patterns/Set 3"
