@@ -1,13 +1,16 @@
-// How a start relays to a temporary copy, ends older launchers and opens the application. The processes are
-// real.
+// How a start is claimed, and how the application opens. The rest of a start is seen on the whole road.
 #include <QApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QTimer>
 
 #include "mainwindow/mainwindow.h"
+#include "processes/processname.h"
 #include "startup/application.h"
 #include "startup/launchercontext.h"
+#include "startup/startclaim.h"
 #include "startup/strings.h"
+#include "support/childprocess.h"
 #include "support/temporarytree.h"
 #include "support/testmain.h"
 
@@ -34,6 +37,31 @@ class StartupTest : public QObject
     Q_OBJECT
 
 private slots:
+    void aYoungClaimRefusesAStartWhileAnotherInstanceRuns()
+    {
+        const TemporaryTree tree, temporary;
+        const ChildProcess other(tree.Path(ProcessName(GetCurrentProcessId())));
+        for (const char* variable : {"TMPDIR", "TMP"})
+            qputenv(variable, temporary.Root().c_str());
+        const std::string launcherFolder = temporary.WindowsRoot();
+        QVERIFY(ClaimStart(launcherFolder) && ClaimStart(launcherFolder + "\\x"));
+        EndStartClaim(launcherFolder + "\\x\\");
+        const QDir claims(temporary.Root().c_str(), {}, {}, QDir::Files);
+        QCOMPARE(claims.count(), 1u);
+        QFile claim(claims.filePath(claims[0]));
+        for (const auto& [age, starts] : {std::pair(32, true), {-32, true}, {28, false}}) {
+            const QDateTime now = QDateTime::currentDateTime();
+            QVERIFY(claim.open(QIODevice::ReadWrite));
+            QVERIFY(claim.setFileTime(now.addSecs(-age), QFileDevice::FileModificationTime));
+            claim.close();
+            QCOMPARE(ClaimStart(launcherFolder), starts);
+            QCOMPARE(qAbs(QFileInfo(claim).lastModified().secsTo(now)) < 20, starts);
+        }
+        // The refused start keeps the claim from other processes.
+        QVERIFY(CreateFileA(claim.fileName().toUtf8(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_DELETE,
+                            nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr) == INVALID_HANDLE_VALUE);
+    }
+
     void theApplicationIsDarkAndIsTornDownWhole()
     {
         const TemporaryTree tree;

@@ -106,6 +106,35 @@ BOOL CreateDirectoryA(LPCSTR path, void* security);
 // Overwrites, `failIfExists` is FALSE; keeps the execute bit.
 BOOL CopyFileA(LPCSTR from, LPCSTR to, BOOL failIfExists);
 BOOL DeleteFileA(LPCSTR path);
+// The user's temporary folder with a closing backslash. Results as of GetCurrentDirectoryA.
+DWORD GetTempPathA(DWORD size, LPSTR buffer);
+
+constexpr DWORD GENERIC_READ = 0x80000000;
+constexpr DWORD GENERIC_WRITE = 0x40000000;
+constexpr DWORD FILE_SHARE_DELETE = 4;
+constexpr DWORD OPEN_ALWAYS = 4;
+constexpr DWORD ERROR_SHARING_VIOLATION = 32;
+constexpr DWORD ERROR_ALREADY_EXISTS = 183;
+// Opens the file for reading and writing, and makes it if there is none. No second handle to it can be opened
+// until this one is closed, at the latest by the end of the process. The file can be deleted meanwhile. The
+// arguments after `path` are always GENERIC_READ | GENERIC_WRITE, FILE_SHARE_DELETE, null, OPEN_ALWAYS,
+// FILE_ATTRIBUTE_NORMAL and null. INVALID_HANDLE_VALUE on failure.
+HANDLE CreateFileA(LPCSTR path, DWORD access, DWORD share, void* security, DWORD disposition,
+                   DWORD attributes, HANDLE templateFile);
+// Of the last CreateFileA: ERROR_ALREADY_EXISTS if it opened a file that was there, 0 if it made the file,
+// ERROR_SHARING_VIOLATION if the file has another handle.
+DWORD GetLastError();
+
+// A count of 100 ns in two halves.
+struct FILETIME
+{
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+};
+void GetSystemTimeAsFileTime(FILETIME* now);
+// When the file was last written. `created` and `accessed` are null.
+BOOL GetFileTime(HANDLE file, FILETIME* created, FILETIME* accessed, FILETIME* written);
+BOOL SetFileTime(HANDLE file, const FILETIME* created, const FILETIME* accessed, const FILETIME* written);
 
 constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
@@ -178,6 +207,7 @@ BOOL EnumProcessModules(HANDLE process, HMODULE* modules, DWORD size, DWORD* nee
 // The executable's file name, without the mark that the system appends to a removed one. 0 on failure.
 DWORD GetModuleBaseNameA(HANDLE process, HMODULE module, LPSTR name, DWORD size);
 BOOL TerminateProcess(HANDLE process, UINT exitCode);
+// Of a process or a file.
 BOOL CloseHandle(HANDLE handle);
 
 // --- Starting programs ---

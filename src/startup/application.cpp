@@ -4,9 +4,11 @@
 #include <QPalette>
 #include <QStyleFactory>
 
+#include "helpers/files.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"
+#include "startup/startclaim.h"
 
 namespace {
 QPalette DarkPalette()
@@ -46,6 +48,8 @@ void RunApplication(LauncherContext& context)
 
     context.window = new MainWindow;
     context.window->show();
+    // The window has moved the current directory to the installed launcher's folder.
+    EndStartClaim(CurrentDirectory());
     QApplication::exec();
 
     // In this order: the flag stands before the window's destructor runs, and the window goes first.

@@ -28,7 +28,7 @@ void Copy(const std::vector<std::string>& files, const std::string& from, const 
 }
 } // namespace
 
-void Relay(const std::string& currentDirectory)
+bool Relay(const std::string& currentDirectory)
 {
     RemoveTemporaryFolders();
 
@@ -49,5 +49,7 @@ void Relay(const std::string& currentDirectory)
     // The copy inherits this directory, and knows by it what kind of run it is.
     const std::string temporaryPath = currentDirectory + "\\" + folder + "\\";
     SetCurrentDirectoryA(temporaryPath.c_str());
-    ShellExecuteA(nullptr, "open", (temporaryPath + LauncherFileName).c_str(), "", nullptr, SW_SHOWDEFAULT);
+    const HINSTANCE result = ShellExecuteA(nullptr, "open", (temporaryPath + LauncherFileName).c_str(), "",
+                                           nullptr, SW_SHOWDEFAULT);
+    return reinterpret_cast<ULONG_PTR>(result) > 32;
 }

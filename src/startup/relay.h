@@ -6,5 +6,5 @@
 
 // Clears old temporary folders, copies the plain files of the current directory and of its "platforms" folder
 // into a new one, makes that the current directory and starts the copy there. `currentDirectory`, not empty,
-// is the current directory. Failures stop nothing and show nothing.
-void Relay(const std::string& currentDirectory);
+// is the current directory. Failures stop nothing and show nothing. False if the copy was not started.
+bool Relay(const std::string& currentDirectory);

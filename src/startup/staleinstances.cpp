@@ -4,17 +4,26 @@
 #include "platform/platform.h"
 #include "processes/processname.h"
 
-void TerminateOtherInstances()
+std::vector<DWORD> OtherInstances()
 {
     const DWORD self = GetCurrentProcessId();
     const std::string ownName = ProcessName(self);
     // Otherwise every process that can't be read would bear the same name.
     if (Equals(ownName, UnknownProcessName))
-        return;
+        return {};
 
+    std::vector<DWORD> others;
     for (const DWORD process : RunningProcesses()) {
-        if (process == self || !Equals(ProcessName(process), ownName))
-            continue;
+        if (process != self && Equals(ProcessName(process), ownName))
+            others.push_back(process);
+    }
+    return others;
+}
+
+void TerminateOtherInstances()
+{
+    const std::string ownName = ProcessName(GetCurrentProcessId());
+    for (const DWORD process : OtherInstances()) {
         if (const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process)) {
             // The number may have gone to another process since its name was read; the open handle holds it
             // now.

@@ -1,6 +1,13 @@
 // One launcher window at a time: the newest start wins.
 #pragma once
 
-// Terminates every other process that bears this process's file name, whatever its folder. Does not wait for
-// their ends. Terminates nothing if this process's own name can't be read.
+#include <vector>
+
+#include "platform/platform.h"
+
+// Identifiers of the other processes that bear this process's file name, whatever their folder. Empty if this
+// process's own name can't be read.
+std::vector<DWORD> OtherInstances();
+
+// Terminates the other instances. Does not wait until they have ended.
 void TerminateOtherInstances();

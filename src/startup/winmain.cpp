@@ -3,12 +3,14 @@
 
 #include "gametree/layout.h"
 #include "helpers/files.h"
+#include "helpers/paths.h"
 #include "helpers/text.h"
 #include "platform/platform.h"
 #include "startup/application.h"
 #include "startup/launchercontext.h"
 #include "startup/relay.h"
 #include "startup/staleinstances.h"
+#include "startup/startclaim.h"
 #include "startup/steadyclock.h"
 #include "startup/strings.h"
 
@@ -36,13 +38,16 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int)
     }
 
     if (!Contains(currentDirectory, tempFolderStem)) {
-        Relay(currentDirectory);
+        // Without a copy no window will come, so the next start must not wait for one.
+        if (ClaimStart(currentDirectory) && !Relay(currentDirectory))
+            EndStartClaim(currentDirectory);
         return 0;
     }
 
     std::string withSlashes = LauncherFolder;
     ReplaceAll(withSlashes, "\\", "/");
     if (!Contains(currentDirectory, withSlashes) && !Contains(currentDirectory, LauncherFolder)) {
+        EndStartClaim(StripPathComponents(currentDirectory, TemporaryFolderDepth));
         ShowWrongDirectory(currentDirectory);
         return 0;
     }

@@ -1,13 +1,27 @@
-// Path form, current directory, and the making and listing of folders.
+// Path form, current directory, temporary folder, and the making and listing of folders.
 #include "platform/platform.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace {
+// The path as Windows writes it; or the room that it needs with the closing zero, if there is less.
+DWORD GivePath(std::string path, DWORD size, LPSTR buffer)
+{
+    std::replace(path.begin(), path.end(), '/', '\\');
+    const DWORD length = static_cast<DWORD>(path.size());
+    if (length >= size)
+        return length + 1;
+    std::memcpy(buffer, path.c_str(), length + 1);
+    return length;
+}
+} // namespace
 
 std::string NativePath(const std::string& path)
 {
@@ -21,9 +35,8 @@ std::vector<std::string> SystemFolders()
     return {"/etc", "/home", "/media", "/mnt", "/opt", "/run", "/srv", "/tmp", "/usr", "/var", "/var/tmp"};
 }
 
-// Windows gives the length, or the room needed with the closing zero. The current directory can't be removed
-// there: where it was, its last path is given. A folder whose name holds a backslash can't be written as a
-// Windows path, which is a failure.
+// On Windows the current directory can't be removed. Where it was, its last path is given. A folder whose
+// name holds a backslash can't be written as a Windows path, which is a failure.
 DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer)
 {
     static std::string lastPath;
@@ -37,12 +50,18 @@ DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer)
     if (path.empty() || path.find('\\') != std::string::npos)
         return 0;
 
-    std::replace(path.begin(), path.end(), '/', '\\');
-    const DWORD length = static_cast<DWORD>(path.size());
-    if (length >= size)
-        return length + 1;
-    std::memcpy(buffer, path.c_str(), length + 1);
-    return length;
+    return GivePath(path, size, buffer);
+}
+
+// Windows always gives an absolute path. A relative one of the environment would be another folder for the
+// temporary copy, which stands in another directory.
+DWORD GetTempPathA(DWORD size, LPSTR buffer)
+{
+    const char* chosen = std::getenv("TMPDIR");
+    std::string path = chosen && chosen[0] == '/' ? chosen : "/tmp";
+    if (path.back() != '/')
+        path += '/';
+    return GivePath(path, size, buffer);
 }
 
 // Windows changes nothing if the folder can't be entered, and so does chdir.

@@ -1,5 +1,5 @@
 // The process table, the names of processes, and their end.
-#include "platform/platform.h"
+#include "platform/posix/handle.h"
 
 #include <algorithm>
 #include <cctype>
@@ -18,14 +18,6 @@ namespace {
 constexpr char RemovedMark[] = " (deleted)";
 constexpr std::size_t MaxLink = 4096;
 
-// What a process handle points to. The folder is /proc/<id>: it stays with this process, and is empty and
-// takes no signal once the process is gone, even if another one has got the number by then.
-struct Process
-{
-    int folder;
-    pid_t id;
-};
-
 // The path of the executable; empty if the process is gone or may not be read. `link` is relative to
 // `folder`.
 std::string ExecutablePath(int folder, const std::string& link = "exe")
@@ -35,12 +27,12 @@ std::string ExecutablePath(int folder, const std::string& link = "exe")
     return std::string(path, length > 0 ? static_cast<std::size_t>(length) : 0);
 }
 
-bool Signal(const Process& process, int signal)
+bool Signal(const OpenedObject& process, int signal)
 {
-    if (syscall(SYS_pidfd_send_signal, process.folder, signal, nullptr, 0) == 0)
+    if (syscall(SYS_pidfd_send_signal, process.descriptor, signal, nullptr, 0) == 0)
         return true;
     // An old kernel, or one that forbids the call, knows signals by number only.
-    return (errno == ENOSYS || errno == EPERM) && kill(process.id, signal) == 0;
+    return (errno == ENOSYS || errno == EPERM) && kill(process.process, signal) == 0;
 }
 } // namespace
 
@@ -81,18 +73,18 @@ HANDLE OpenProcess(DWORD access, BOOL /*inheritHandle*/, DWORD process)
     if (folder < 0)
         return nullptr;
 
-    const Process opened = {folder, static_cast<pid_t>(process)};
+    const OpenedObject opened = {folder, static_cast<pid_t>(process)};
     const bool reads = access & (PROCESS_QUERY_INFORMATION | PROCESS_VM_READ);
     if ((reads && ExecutablePath(folder).empty()) || ((access & PROCESS_TERMINATE) && !Signal(opened, 0))) {
         close(folder);
         return nullptr;
     }
-    return new Process(opened);
+    return new OpenedObject(opened);
 }
 
 BOOL EnumProcessModules(HANDLE process, HMODULE* modules, DWORD size, DWORD* needed)
 {
-    if (ExecutablePath(static_cast<Process*>(process)->folder).empty())
+    if (ExecutablePath(static_cast<OpenedObject*>(process)->descriptor).empty())
         return FALSE;
     if (size >= sizeof(HMODULE))
         modules[0] = static_cast<HMODULE>(process); // never looked into
@@ -103,7 +95,7 @@ BOOL EnumProcessModules(HANDLE process, HMODULE* modules, DWORD size, DWORD* nee
 // Windows gives the name that the running file has on disk, which a running file keeps there.
 DWORD GetModuleBaseNameA(HANDLE process, HMODULE /*module*/, LPSTR name, DWORD size)
 {
-    std::string path = ExecutablePath(static_cast<Process*>(process)->folder);
+    std::string path = ExecutablePath(static_cast<OpenedObject*>(process)->descriptor);
     const std::size_t marked = path.rfind(RemovedMark);
     if (marked != std::string::npos && marked + std::strlen(RemovedMark) == path.size())
         path.erase(marked);
@@ -120,15 +112,5 @@ DWORD GetModuleBaseNameA(HANDLE process, HMODULE /*module*/, LPSTR name, DWORD s
 // Windows ends the process without asking it. There is no exit code to give to a killed one.
 BOOL TerminateProcess(HANDLE process, UINT /*exitCode*/)
 {
-    return Signal(*static_cast<Process*>(process), SIGKILL);
-}
-
-BOOL CloseHandle(HANDLE handle)
-{
-    Process* process = static_cast<Process*>(handle);
-    if (!process)
-        return FALSE;
-    close(process->folder);
-    delete process;
-    return TRUE;
+    return Signal(*static_cast<OpenedObject*>(process), SIGKILL);
 }
