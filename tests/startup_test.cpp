@@ -37,6 +37,24 @@ class StartupTest : public QObject
     Q_OBJECT
 
 private slots:
+    void theApplicationIsDarkAndIsTornDownWhole()
+    {
+        const TemporaryTree tree;
+        const QString start = QDir::currentPath();
+        const std::string folder = "Game/TessaloomLauncher/Release/" + tempFolderStem + "1/";
+        QVERIFY(WriteTree(tree.Root(), {{folder, ""}}) && QDir::setCurrent(tree.Path(folder).c_str()));
+        fileListUrl = "http://127.0.0.1:1/";
+        patchNotesUrl = "about:blank";
+        qAddPreRoutine(LookAtTheApplicationAndQuit);
+        LauncherContext& context = LauncherContext::Instance();
+        RunApplication(context);
+        QDir::setCurrent(start);
+        const QString enabled = "#353535 and #ffffff";
+        QCOMPARE(coloursSeen, QStringList({enabled, enabled, "#787878 and #c8c8c8"}));
+        QVERIFY(windowWasVisible && context.closing && !context.window && !context.application);
+    }
+
+    // The last one, since the temporary folder that it sets goes with it.
     void aYoungClaimRefusesAStartWhileAnotherInstanceRuns()
     {
         const TemporaryTree tree, temporary;
@@ -60,23 +78,6 @@ private slots:
         // The refused start keeps the claim from other processes.
         QVERIFY(CreateFileA(claim.fileName().toUtf8(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_DELETE,
                             nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr) == INVALID_HANDLE_VALUE);
-    }
-
-    void theApplicationIsDarkAndIsTornDownWhole()
-    {
-        const TemporaryTree tree;
-        const QString start = QDir::currentPath();
-        const std::string folder = "Game/TessaloomLauncher/Release/" + tempFolderStem + "1/";
-        QVERIFY(WriteTree(tree.Root(), {{folder, ""}}) && QDir::setCurrent(tree.Path(folder).c_str()));
-        fileListUrl = "http://127.0.0.1:1/";
-        patchNotesUrl = "about:blank";
-        qAddPreRoutine(LookAtTheApplicationAndQuit);
-        LauncherContext& context = LauncherContext::Instance();
-        RunApplication(context);
-        QDir::setCurrent(start);
-        const QString enabled = "#353535 and #ffffff";
-        QCOMPARE(coloursSeen, QStringList({enabled, enabled, "#787878 and #c8c8c8"}));
-        QVERIFY(windowWasVisible && context.closing && !context.window && !context.application);
     }
 };
 
