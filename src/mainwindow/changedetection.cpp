@@ -6,6 +6,7 @@
 #include <QProgressBar>
 
 #include "digest/filedigest.h"
+#include "digest/readahead.h"
 #include "gametree/filelist.h"
 #include "gametree/layout.h"
 #include "helpers/files.h"
@@ -35,6 +36,7 @@ bool MainWindow::FindChanges(const std::string& treeRoot, const ContentList& con
     const std::string totalText = GroupDigits(IntText(count));
     double shownFraction = -1.0; // so that the first file always shows
     fileQueue.clear();
+    ReadAheadWindow window;
     for (std::int32_t i = 0; i < count; ++i) {
         const FileEntry file = content.File(static_cast<std::size_t>(i));
 
@@ -49,6 +51,7 @@ bool MainWindow::FindChanges(const std::string& treeRoot, const ContentList& con
 
         std::string digest;
         const std::string fullPath = treeRoot + "\\" + file.path;
+        ReadAhead(treeRoot + "\\", content.fileNames, content.fileSizes, static_cast<std::size_t>(i), window);
         if (FileExists(fullPath)) {
             digest = FileSha256(fullPath);
             if (digest.empty())

@@ -164,6 +164,8 @@ std::FILE* _fsopen(LPCSTR path, LPCSTR mode, int share);
 int _fseeki64(std::FILE* file, std::int64_t offset, int origin);
 std::int64_t _ftelli64(std::FILE* file);
 int _fileno(std::FILE* file);
+// The handle beneath the descriptor, as a number. It is closed with the descriptor.
+std::intptr_t _get_osfhandle(int descriptor);
 // Not 0 if the descriptor leads to a terminal.
 int _isatty(int descriptor);
 
@@ -180,6 +182,24 @@ struct MEMORYSTATUSEX
     ULONGLONG ullAvailPhys; // bytes that can be had without swapping
 };
 BOOL GlobalMemoryStatusEx(MEMORYSTATUSEX* status);
+
+constexpr DWORD PAGE_READONLY = 2;
+constexpr DWORD FILE_MAP_READ = 4;
+// The whole file, for reading; null on failure. `security` and `name` are null, both halves of the size 0.
+HANDLE CreateFileMappingA(HANDLE file, void* security, DWORD protection, DWORD sizeHigh, DWORD sizeLow,
+                          LPCSTR name);
+// The first `size` bytes of the file; null on failure. Both halves of the offset are 0.
+void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offsetLow, std::size_t size);
+BOOL UnmapViewOfFile(const void* view);
+
+struct WIN32_MEMORY_RANGE_ENTRY
+{
+    void* VirtualAddress; // at the start of a page
+    std::size_t NumberOfBytes;
+};
+HANDLE GetCurrentProcess();
+// Asks the system to fetch the bytes of the ranges into memory, and does not wait for them. `flags` is 0.
+BOOL PrefetchVirtualMemory(HANDLE process, ULONG_PTR count, WIN32_MEMORY_RANGE_ENTRY* ranges, DWORD flags);
 
 // --- The processor: only where it is a 64-bit Intel or AMD one ---
 
@@ -207,7 +227,7 @@ BOOL EnumProcessModules(HANDLE process, HMODULE* modules, DWORD size, DWORD* nee
 // The executable's file name, without the mark that the system appends to a removed one. 0 on failure.
 DWORD GetModuleBaseNameA(HANDLE process, HMODULE module, LPSTR name, DWORD size);
 BOOL TerminateProcess(HANDLE process, UINT exitCode);
-// Of a process or a file.
+// Of a process, a file or a mapping.
 BOOL CloseHandle(HANDLE handle);
 
 // --- Starting programs ---
