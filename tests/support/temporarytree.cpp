@@ -23,6 +23,14 @@ Tree TreeOf(const std::string& folder)
     return tree;
 }
 
+Tree Files(const std::vector<std::string>& paths)
+{
+    Tree tree;
+    for (const std::string& path : paths)
+        tree[path] = path.back() == '/' ? "" : "x";
+    return tree;
+}
+
 QString Differences(const QStringList& actual, const QStringList& expected)
 {
     QString text;
@@ -38,7 +46,7 @@ QString Differences(const Tree& actual, const Tree& expected)
     const auto lines = [](const Tree& tree) {
         QStringList all;
         for (const auto& [path, content] : tree)
-            all += QString("%1, %2 bytes: ").arg(path.c_str()).arg(content.size()) + content.c_str();
+            all += QString("%1, %2 bytes: %3").arg(path.c_str()).arg(content.size()).arg(content.c_str());
         return all;
     };
     return Differences(lines(actual), lines(expected));
@@ -65,20 +73,26 @@ std::string ReadFile(const std::string& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : "(unreadable)";
 }
 
-TemporaryTree::TemporaryTree()
-    : directory(QDir::tempPath() + "/launcher tést XXXXXX"),
-      root(QFileInfo(directory.path()).canonicalFilePath().toStdString())
-{
-}
+TemporaryTree::TemporaryTree() : directory(QDir::tempPath() + "/launcher tést XXXXXX") {}
 
 TemporaryTree::~TemporaryTree()
 {
     // Windows removes no folder that is the current one of a process.
-    if (QDir::currentPath().startsWith(root.c_str()))
+    if (QDir::currentPath().startsWith(Root().c_str()))
         QDir::setCurrent(QDir::tempPath());
+}
+
+std::string TemporaryTree::Root() const
+{
+    return QFileInfo(directory.path()).canonicalFilePath().toStdString();
 }
 
 std::string TemporaryTree::WindowsRoot() const
 {
-    return QString::fromStdString(root).replace('/', '\\').toStdString();
+    return QString(Root().c_str()).replace('/', '\\').toStdString();
+}
+
+std::string TemporaryTree::Path(const std::string& relative) const
+{
+    return Root() + "/" + relative;
 }

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include <QStringList>
 #include <QTemporaryDir>
@@ -14,6 +15,9 @@ using Tree = std::map<std::string, std::string>;
 // Everything below `folder`, links not followed. Paths here are native ones.
 Tree TreeOf(const std::string& folder);
 
+// Folders, and files with the content "x".
+Tree Files(const std::vector<std::string>& paths);
+
 // What is missing, left over or in another order; empty if both are the same.
 QString Differences(const QStringList& actual, const QStringList& expected);
 QString Differences(const Tree& actual, const Tree& expected);
@@ -23,7 +27,7 @@ QString Differences(const Tree& actual, const Tree& expected);
         QVERIFY2(differences.isEmpty(), qPrintable(differences));  \
     } while (false)
 
-// Writes the files and makes the folders of `tree` below `folder`, parents included. False if one fails.
+// These make the folders that they need. False if something fails.
 bool WriteTree(const std::string& folder, const Tree& tree);
 bool WriteFile(const std::string& path, const std::string& content);
 std::string ReadFile(const std::string& path);
@@ -36,19 +40,10 @@ public:
     TemporaryTree();
     ~TemporaryTree();
 
-    // The folder's native path, without a closing separator.
-    const std::string& Root() const
-    {
-        return root;
-    }
-    // The same as the program writes it, with backslashes.
-    std::string WindowsRoot() const;
-    std::string Path(const std::string& relative) const
-    {
-        return root + "/" + relative;
-    }
+    std::string Root() const;        // the folder's native path, without a closing separator
+    std::string WindowsRoot() const; // the same with backslashes
+    std::string Path(const std::string& relative) const;
 
 private:
     const QTemporaryDir directory;
-    const std::string root;
 };

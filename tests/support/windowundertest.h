@@ -4,8 +4,8 @@
 #include <string>
 
 #include <QCryptographicHash>
+#include <QDeadlineTimer>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -14,6 +14,7 @@
 #include <QWebEngineView>
 
 #include "form/mainwindowform.h"
+#include "gametree/layout.h"
 #include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "startup/launchercontext.h"
@@ -66,18 +67,27 @@ public:
         delete window;
         window = nullptr;
     }
-    // Lets the cycle run until it has ended with all its transfers. False if it takes half a minute.
-    bool RunToTheEnd()
+    // Lets the cycle run in this tree until it has ended with all its transfers. False if it takes half a
+    // minute.
+    bool Update(const Tree& installed)
     {
+        if (!WriteTree(tree.Root(), installed))
+            return false;
         (window ? *window : OpenStill()).updateTimer.start();
-        QElapsedTimer time;
-        time.start();
+        const QDeadlineTimer deadline(30000);
         while (updateState < UpdateState::UpToDate || !window->transfers.empty()) {
-            if (time.hasExpired(30000))
+            if (deadline.hasExpired())
                 return false;
             QCoreApplication::processEvents();
         }
         return true;
+    }
+    // Lets the window process this list as if it had come.
+    ListResult Process(const std::string& list)
+    {
+        WriteFile(tree.Path("Game/TessaloomLauncher/List.txt"), list);
+        judgedRoot = TreeRoot();
+        return window->ProcessFileList();
     }
 
     // All that the window shows, a line each: status, percentage, button, bar, page, and then the log from
@@ -158,14 +168,23 @@ inline QStringList Offline(const QString& status)
 }
 inline const QStringList notConnected = Offline("Failed to connect to server");
 
-// The log up to the request for the list, and up to its arrival, from where it has `lines` lines.
+// The log up to the request for the list, and up to the changes after its arrival.
 inline const QStringList listAsked = {
     "Current directory after opening temporary application: ROOT\\Game\\TessaloomLauncher\\Release",
     "Downloading file: List.txt"};
 inline QStringList ListLoaded(const Tree& published)
 {
-    const int lines = static_cast<int>(published.size()) + 4; // the launcher's file and the folders above it
+    const std::size_t lines = published.size() + 4; // the launcher's file and the folders above it
     return listAsked + QStringList{QString("List of files loaded with %1 elements").arg(lines),
                                    "Deleted temporary list file",
                                    "Deleting files and directories that are not in the list"};
+}
+
+// Runs the event loop. True if the program ends it, false if nothing does for a long time.
+inline bool ProgramQuits()
+{
+    QTimer guard;
+    QObject::connect(&guard, &QTimer::timeout, [] { QCoreApplication::exit(1); });
+    guard.start(20000);
+    return QCoreApplication::exec() == 0;
 }
