@@ -4,7 +4,8 @@
 # below which all of this stays, `httpPort` and `httpsPort`. ./bench uses the server.
 
 published=$sample/published
-tree=$sample/tree
+# As players name their folders.
+tree="$sample/Adas Spiele für zu Hause"
 server=$sample/server
 home=$sample/home
 release=$tree/Game/TessaloomLauncher/Release
@@ -152,7 +153,8 @@ find_window() {
     window=$(xdotool search --onlyvisible --name '^Tessaloom Launcher$' 2>/dev/null | head -n 1)
     [[ -n $window ]]
 }
-take_picture() { import -window "$window" "$picture"; }
+# Without the window `import` waits for somebody to choose one.
+take_picture() { timeout 10 import -window "$window" "$picture"; }
 # The button is a pale grey as long as it is disabled, and as dark as the window when it can be pressed.
 play_is_enabled() {
     take_picture &&
