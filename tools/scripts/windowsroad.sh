@@ -1,6 +1,11 @@
 # shellcheck shell=bash
 # The road of ./run with the program for Windows, under Wine, and what only an unattended run can try: the update
-# replaces the launcher itself, a second start, a running game. Sourced by ./windows after road.sh.
+# replaces the launcher itself, starts get in each other's way, files can't be replaced. Sourced by ./windows after
+# road.sh.
+
+settings=$tree/$game/settings.ini
+textures=Game/Tessaloom/Textures/textures.pak
+pattern="$tree/Game/Tessaloom/Patterns/Set 3/pattern 03.dat"
 
 # Nothing of this system's Qt or compiler is in reach: the relay and its copy find their libraries beside themselves.
 start_windows_launcher() { start_launcher wine64 ./TessaloomLauncher.exe; }
@@ -15,9 +20,44 @@ find_box() {
     [[ -n $box ]]
 }
 readme_is_missing() { [[ ! -e $tree/readme.txt ]]; }
+# The other start's supervisor waits as long as its launcher's window.
+one_start_is_left() { (($(jobs -pr | grep -cxF -e "${started[-1]}" -e "${started[-2]}") == 1)); }
+# The button as it was after the update, and with another text.
+button() { convert "$1" -crop 70x30+652+410 +repage gray:-; }
+offers_play() { play_is_enabled && cmp -s <(button "$picture") <(button "$pictures/patch-notes.png"); }
+offers_play_offline() { play_is_enabled && ! offers_play; }
+settings_are_held() { ! wine64 cmd /c type "$(wine_path "$settings")" >/dev/null 2>&1 </dev/null; }
+is_unfinished() { [[ -e $pattern ]] && ! cmp -s "$published/$textures" "$tree/$textures"; }
+
+# Starts the launcher once more, and waits for its window to be the only one.
+restart_launcher() {
+    local older=$launcherPid
+    start_windows_launcher
+    wait_for 60 ended "$older" || true
+    wait_for_play || true
+}
+# verify_start_mends WHAT
+verify_start_mends() {
+    restart_launcher
+    # A window that is not painted yet is as dark as an enabled button.
+    wait_for 60 tree_is_as_published >/dev/null || true
+    verify "$1" tree_is_as_published
+    wait_for 20 offers_play || true
+    verify "and offers to play" offers_play
+}
+# verify_settings_stay WHAT: starts the launcher with settings that it can't replace, and a readme that is missing.
+verify_settings_stay() {
+    cp "$settings" "$sample/settings.before"
+    rm "$tree/readme.txt"
+    restart_launcher
+    wait_for 60 offers_play_offline || true
+    verify "$1 stays as it is" cmp "$sample/settings.before" "$settings"
+    verify "and the launcher offers to play offline" offers_play_offline
+    verify "and has fetched the others" cmp "$published/readme.txt" "$tree/readme.txt"
+}
 
 play_road() {
-    local first second box="" editor="$sample/Tessaloom Editor.exe" running
+    local first second box="" editor="$sample/Tessaloom Editor.exe" system32=$WINEPREFIX/drive_c/windows/system32 running
     say "Sample game"
     make_published_tree
     # The game needs libraries too; of version 1 there is only its text file.
@@ -49,16 +89,14 @@ play_road() {
     verify_update
 
     second=$launcherPid
-    start_windows_launcher
-    wait_for 60 ended "$second" || true
+    restart_launcher
     verify "a second start ended the first window" ended "$second"
-    wait_for_play || true
     verify "and has the only one" only_one_launcher
     verify_second_tab
 
     # Any program will do, since only its name counts.
     rm "$tree/readme.txt"
-    cp "$WINEPREFIX/drive_c/windows/system32/notepad.exe" "$editor"
+    cp "$system32/notepad.exe" "$editor"
     wine64 "$editor" >/dev/null 2>&1 </dev/null &
     running=$!
     started+=("$running")
@@ -75,11 +113,48 @@ play_road() {
     kill "$running" || true
     wait "$running" || true
 
+    verify_start_mends "without it the next start mends the tree"
+
+    # The small files come before the large one.
+    rm "$pattern"
+    blob "old textures" 40960 "$tree/$textures"
     start_windows_launcher
+    wait_for_launcher
+    wait_for 60 test -e "$pattern" || true
+    kill -KILL "$launcherPid"
+    wait_for 20 ended "$launcherPid" || true
+    verify "killed half-way, it leaves a part of the update" is_unfinished
+    verify_start_mends "and the next start brings the rest"
+
+    kill -KILL "$launcherPid"
+    wait_for 20 ended "$launcherPid" || true
+    program_files "$release" >"$sample/installed.files"
+    start_windows_launcher
+    start_windows_launcher
+    wait_for 60 one_start_is_left || true
     wait_for_play || true
-    # A window that is not painted yet is as dark as an enabled button.
-    wait_for 60 tree_is_as_published >/dev/null || true
-    verify "without it the next start mends the tree" tree_is_as_published
+    verify "of two starts at once one is left" one_start_is_left
+    verify "with the only window" only_one_launcher
+    verify "and the whole copy" copy_is_complete
+
+    # Whoever redirects into a file shares it with nobody. Nothing ever comes by the pipe.
+    mkfifo "$temporary/keys"
+    (cd "$tree/$game" && exec wine64 "$system32/cmd.exe" /c 'pause >>settings.ini' <>"$temporary/keys" >/dev/null 2>&1) &
+    running=$!
+    started+=("$running")
+    wait_for 20 settings_are_held || true
+    verify "a program holds a file open" settings_are_held
+    verify_settings_stay "the file that is held open"
+    kill "$running" || true
+    wait "$running" || true
+    verify_start_mends "let go of it, the next start mends the tree"
+
+    printf 'version = 1\n' >"$settings"
+    chmod a-w "$settings"
+    verify_settings_stay "a read-only file"
+    chmod u+w "$settings"
+    verify_start_mends "writable, the next start mends it"
+
     press_play
     verify_play
 }
