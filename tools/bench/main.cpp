@@ -1,11 +1,7 @@
 // The launcher's side of ./bench: runs one of its pieces on real files and prints what it took.
 //
 // Each command prints "name value" lines; times are seconds of wall time without the program's own start.
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <ctime>
-#include <fstream>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -16,35 +12,16 @@
 #include "digest/filedigest.h"
 #include "digest/sha256_blocks.h"
 #include "form/mainwindowform.h"
+#include "gametree/layout.h"
 #include "helpers/files.h"
 #include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
+#include "measure.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"
 #include "startup/strings.h"
 
 namespace {
-double Now()
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-void Print(const char* name, double value)
-{
-    std::printf("%s %.4f\n", name, value);
-}
-
-// Most memory that the process has held, in bytes; 0 where the system does not tell in this way.
-double PeakMemory()
-{
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.compare(0, 6, "VmHWM:") == 0)
-            return std::atof(line.c_str() + 6) * 1024;
-    }
-    return 0;
-}
-
 std::vector<std::string> FilesIn(const std::string& folder)
 {
     std::vector<std::string> files;
@@ -55,11 +32,12 @@ std::vector<std::string> FilesIn(const std::string& folder)
 int Digest(const std::string& folder)
 {
     const std::vector<std::string> files = FilesIn(folder);
-    const double start = Now();
     std::size_t digested = 0;
-    for (const std::string& file : files)
-        digested += FileSha256(file).size() == 64;
-    Print("seconds", Now() - start);
+    {
+        const Measurement measurement;
+        for (const std::string& file : files)
+            digested += FileSha256(file).size() == 64;
+    }
     return !files.empty() && digested == files.size() ? 0 : 1;
 }
 
@@ -87,11 +65,11 @@ int Start(const std::string& root)
 {
     Open(root);
     updateState = UpdateState::Idle;
-    const double start = Now();
-    while (updateState < UpdateState::UpToDate)
-        QCoreApplication::processEvents();
-    Print("seconds", Now() - start);
-    Print("peak", PeakMemory());
+    {
+        const Measurement measurement;
+        while (updateState < UpdateState::UpToDate)
+            QCoreApplication::processEvents();
+    }
     return updateState == UpdateState::UpToDate ? 0 : 1;
 }
 
@@ -99,11 +77,13 @@ int Start(const std::string& root)
 int List(const std::string& root)
 {
     MainWindow& window = Open(root);
+    judgedRoot = TreeRoot();
     updateState = UpdateState::FetchingList;
-    const double start = Now();
-    const ListResult result = window.ProcessFileList();
-    Print("seconds", Now() - start);
-    Print("peak", PeakMemory());
+    ListResult result;
+    {
+        const Measurement measurement;
+        result = window.ProcessFileList();
+    }
     return result == ListResult::Complete && window.fileQueue.empty() ? 0 : 1;
 }
 
