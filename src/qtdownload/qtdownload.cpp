@@ -47,7 +47,7 @@ void QtDownload::setTransfer(const std::string& address, const std::string& path
 void QtDownload::download()
 {
     reply = manager.get(QNetworkRequest(RequestAddress(url.toLocal8Bit())));
-    connect(reply, SIGNAL(downloadProgress(qint64, qint64)), this, SLOT(downloadProgress(qint64, qint64)));
+    connect(reply, SIGNAL(downloadProgress(qint64,qint64)), this, SLOT(downloadProgress(qint64,qint64)));
 }
 
 void QtDownload::downloadFinished(QNetworkReply* data)
