@@ -1,5 +1,7 @@
 // Shows how much has arrived, of how much, and how fast.
 #include <QLabel>
+#include <QProgressBar>
+#include <QTimer>
 
 #include "helpers/numbers.h"
 #include "helpers/text.h"
@@ -13,6 +15,16 @@
 namespace {
 constexpr std::int32_t BytesPerMegabyte = 1024 * 1024;
 constexpr std::int32_t KilobytesPerMegabyte = 1024;
+constexpr int PaintInterval = 16; // milliseconds, a picture of most screens
+
+// Puts off the painting of what the widget shows from now on. Many reports arrive within one picture.
+void PaintSoon(QWidget& widget)
+{
+    if (!widget.updatesEnabled())
+        return;
+    widget.setUpdatesEnabled(false);
+    QTimer::singleShot(PaintInterval, &widget, [&widget] { widget.setUpdatesEnabled(true); });
+}
 
 // "850 KB", or from 1 MB on with at most one decimal, truncated: "1.9 MB".
 std::string SpeedText(std::int32_t rateKB)
@@ -50,6 +62,9 @@ void MainWindow::TransferProgress(qint64 received, QtDownload* transfer)
     const std::string text = MegabytesText(speedMeter->meteredBytes) + " / " + MegabytesText(totalBytes) +
                              " MB downloaded (" + SpeedText(speedMeter->rateKB) + "/s)   " +
                              PercentText(fraction) + "%";
-    LauncherContext::Instance().PercentageText->setText(text.c_str());
+    const LauncherContext& context = LauncherContext::Instance();
+    PaintSoon(*context.PercentageText);
+    PaintSoon(*context.ProgressBar);
+    context.PercentageText->setText(text.c_str());
     SetProgress(static_cast<float>(fraction));
 }
