@@ -33,6 +33,9 @@ inline std::string NativePath(const std::string& path)
 // Nothing to fix here: the C library's locale stays "C", and the manifest asks for the UTF-8 code page.
 inline void FixTextConventions() {}
 
+// Nothing to do here: a process has one heap.
+inline void ShareHeapAmongThreads() {}
+
 // Folders that hold other things than a game, beside those that Qt can name: full paths in the local code
 // page. Some may not exist, and some may be named twice.
 inline std::vector<std::string> SystemFolders()
@@ -64,6 +67,10 @@ std::string NativePath(const std::string& path);
 // The entry point calls it first; call it again after a QApplication was constructed, which puts the user's
 // locale in force.
 void FixTextConventions();
+
+// Gives all threads one heap. Otherwise each of the network's threads keeps one, with the memory of bodies
+// that have long been written. Call it before a second thread starts.
+void ShareHeapAmongThreads();
 
 // Folders that hold other things than a game, beside those that Qt can name: full paths in the local code
 // page. Some may not exist.

@@ -140,6 +140,7 @@ int Idle(const std::string& root)
 
 int main(int argc, char** argv)
 {
+    ShareHeapAmongThreads();
     FixTextConventions();
     const std::string command = argc > 1 ? argv[1] : "";
     const std::string folder = argc > 2 ? argv[2] : "";

@@ -3,6 +3,7 @@
 
 int main()
 {
+    ShareHeapAmongThreads();
     FixTextConventions();
     char commandLine[] = "";
     return WinMain(nullptr, nullptr, commandLine, SW_SHOWDEFAULT);

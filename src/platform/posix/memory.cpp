@@ -1,10 +1,11 @@
-// Aligned blocks, and how much memory is available.
+// Aligned blocks, the heap, and how much memory is available.
 #include "platform/platform.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
 
+#include <malloc.h>
 #include <sys/mman.h>
 
 namespace {
@@ -25,6 +26,14 @@ void* _aligned_malloc(std::size_t size, std::size_t alignment)
 void _aligned_free(void* block)
 {
     std::free(block);
+}
+
+// A setting of the GNU library; others have one heap anyway.
+void ShareHeapAmongThreads()
+{
+#ifdef M_ARENA_MAX
+    mallopt(M_ARENA_MAX, 1);
+#endif
 }
 
 // Windows fails if the record's size was not set.
