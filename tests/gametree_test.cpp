@@ -11,26 +11,19 @@
 namespace {
 using namespace std::string_literals;
 
-struct PathsRow
-{
-    const char* what;
-    std::vector<std::string> paths;
+using Paths = std::vector<std::string>;
+const Paths insideTheTree[] = {
+    {"", "readme.txt", "Game\\a + b (100%).map", "日本\\🧶.pak", "\xC9t\xE9/\xD6l.txt", "Game/maps\\\\x"},
+    {"~", "${HOME}", "%TEMP%\\x", "*?<>\"", "tab\there", " ", " \\ a", "a .", ".hidden\\..x", "a.", "...a"},
+    {"con-x", "xcon.txt", "ICON", "nul0", "com", "com10", "LPTX", "com\xB9", "$con"}, // almost devices
 };
-const PathsRow insideTheTree[] = {
-    {"what publishers write",
-     {"", "readme.txt", "Game\\a + b (100%).map", "日本\\🧶.pak", "\xC9t\xE9/\xD6l.txt"}},
-    {"odd characters", {"~", "${HOME}", "%TEMP%\\x", "*?<>\"", "tab\there", " ", " \\ a", "a ."}},
-    {"dots within a name", {".hidden\\..x", "a.", "a..", "...a"}},
-    {"almost devices", {"con-x", "xcon.txt", "ICON", "nul0", "com", "com10", "LPTX", "com\xB9", "$con"}},
-};
-const PathsRow outsideTheTree[] = {
-    {"drives and streams", {"C:", "c:x", "z:/x", "a\\C:\\x", "a.txt:hidden", "a:$I30:$INDEX_ALLOCATION\\b"}},
-    {"leading separators", {"/", "\\x", "/etc/passwd", "\\\\server\\share\\x", "//?/C:\\x"}},
-    {"dots", {"..", "../x", "a\\..", "a/../b", "a\\../..\\b", ".", "./x", "a\\."}},
-    {"what Windows takes for dots", {"...", "a/..../b", ".. ", "a\\ .\\b"}},
-    {"devices", {"con", "PRN", "Aux.txt", "NUL.tar.gz", "nul .x", "conin$", "CONOUT$", "com1", "lpt0.log"}},
-    {"devices below a folder", {"a\\lpt\xC2\xB3", "a/com9 /b"}},
-    {"zero bytes", {"a\0b"s, "\0"s}},
+const Paths outsideTheTree[] = {
+    {"C:", "c:x", "z:/x", "a\\C:\\x", "a.txt:hidden", "a:$I30:$INDEX_ALLOCATION\\b", "a\0b"s, "\0"s},
+    {"/", "\\x", "/etc/passwd", "\\\\server\\share\\x", "//?/C:\\x"},
+    {"..", "../x", "a\\..", "a/../b", "a\\../..\\b", ".", "./x", "a\\."},
+    {"...", "a/..../b", ".. ", "a\\ .\\b"}, // Windows drops dots and blanks at a name's end
+    {"con", "PRN", "Aux.txt", "NUL.tar.gz", "nul .x", "conin$", "CONOUT$", "com1", "a/lpt0.log",
+     "a\\lpt\xC2\xB3"},
 };
 
 // What the reader makes of a list file: a line for each record, or none at all if it refuses the list.
@@ -102,15 +95,15 @@ private slots:
 
     void listedPathsStayInTheTree()
     {
-        for (const PathsRow& row : insideTheTree) {
-            for (const std::string& path : row.paths)
+        for (const Paths& paths : insideTheTree) {
+            for (const std::string& path : paths)
                 QVERIFY2(StaysInTree(path), path.c_str());
         }
-        for (const PathsRow& row : outsideTheTree) {
-            for (const std::string& path : row.paths) {
+        for (const Paths& paths : outsideTheTree) {
+            for (const std::string& path : paths) {
                 QVERIFY2(!StaysInTree(path) && !StaysInTree(path + "\\below"), path.c_str());
-                const bool leads =
-                    path[0] == '\\' || path[0] == '/'; // below a folder, it is a doubled separator
+                // Below a folder, a leading separator is a doubled one.
+                const bool leads = path[0] == '\\' || path[0] == '/';
                 QVERIFY2(leads || !StaysInTree("Game/" + path), path.c_str());
             }
         }

@@ -9,7 +9,7 @@
 #include <QThread>
 #include <QWebEnginePage>
 
-#include "qtdownload/qtdownload.h"
+#include "support/childprocess.h"
 #include "support/testmain.h"
 #include "support/windowundertest.h"
 
@@ -47,12 +47,7 @@ private slots:
             Files({"UNINS000.EXE", "other/engineLog.txt", "left/over/file.txt", "left.over/no dot"});
         before.insert(after.begin(), after.end());
         test.Publish(listed);
-        QVERIFY(WriteTree(test.tree.Root(), before));
-        if (!IsWindows) { // opening it would wait for its other end
-            QCOMPARE(QProcess::execute("mkfifo", {test.tree.Path("pipe.txt").c_str()}), 0);
-        }
-        QVERIFY(test.Update({}));
-        QVERIFY(IsWindows || QFile::remove(test.tree.Path("pipe.txt").c_str()));
+        QVERIFY(test.Update(before));
         QStringList removals = test.Shows().mid(10).filter("elete");
         removals.sort(); // a folder is listed in an order of the system's own
         const QStringList expected = {
@@ -79,7 +74,8 @@ private slots:
         if (!IsWindows) {
             // Ends before the length that the system tells.
             QVERIFY(QFile::link("/sys/devices/system/cpu/possible", test.tree.Path("sets/torn").c_str()));
-            list += "F#sets\\torn#16#0\n";
+            QCOMPARE(QProcess::execute("mkfifo", {test.tree.Path("pipe").c_str()}), 0); // nobody writes to it
+            list += "F#sets\\torn#16#0\nF#pipe#32#\n";
             queue.push_back("sets/torn");
             bytes += 16;
         }
@@ -235,19 +231,6 @@ private slots:
         QVERIFY(shortest[0] >= 1000000 && *std::max_element(shortest.begin() + 1, shortest.end()) < 1000000);
     }
 
-    void aTransferIsNotDeletedWhileItsListIsProcessed()
-    {
-        WindowUnderTest test;
-        MainWindow& window = test.OpenStill();
-        window.transfers = window.finishedTransfers = {new QtDownload};
-        updateState = UpdateState::FetchingList;
-        QMetaObject::invokeMethod(&window, "Update");
-        QCOMPARE(window.transfers.size() + window.finishedTransfers.size(), std::size_t(2));
-        updateState = UpdateState::Offline;
-        QMetaObject::invokeMethod(&window, "Update");
-        QCOMPARE(window.transfers.size() + window.finishedTransfers.size(), std::size_t(0));
-    }
-
     void playQuitsAfterAFailureAndWithoutAGame()
     {
         WindowUnderTest test;
@@ -259,6 +242,24 @@ private slots:
         QVERIFY(ProgramQuits());
         COMPARE_ALL(test.Shows().mid(0, 5), notConnected);
         QCOMPARE(QDir::currentPath(), QDir(test.tree.Path("Game/TessaloomLauncher/Release").c_str()).path());
+    }
+
+    void aChangedLauncherIsStartedAndThisOneQuits()
+    {
+        WindowUnderTest test;
+        const std::string report = test.tree.Path("report");
+        qputenv(ReportVariable, report.c_str());
+        const std::string launcher = "Game/TessaloomLauncher/Release/TessaloomLauncher.exe";
+        test.server.scripts["List.txt"].body =
+            "D#Game\\TessaloomLauncher\\Release\nF#Game\\TessaloomLauncher\\Release\\TessaloomLauncher.exe#8#"
+            "0\n";
+        test.server.scripts[launcher].body = ReadFile(TEST_CHILD);
+        test.OpenStill().updateTimer.start();
+        QVERIFY(ProgramQuits());
+        qunsetenv(ReportVariable);
+        QCOMPARE(test.Shows().last(),
+                 QString("Restarting launcher since the .exe file was updated: ") + LauncherFileName);
+        QTRY_VERIFY(QFile::exists(report.c_str()));
     }
 
     // The current directory is gone then, where a system lets it go.

@@ -156,7 +156,7 @@ private slots:
     {
         WindowUnderTest test;
         Tree published, after;
-        QStringList log = {"Initializing files to download"};
+        QStringList log = {"Initializing files to download", "Deleted old file: 10"};
         for (int i = 10; i < 30; ++i) {
             published[std::to_string(i)] = "new";
             log += i < 25 ? QStringList(QString("Downloading file: %1").arg(i)) : QStringList();
@@ -167,7 +167,7 @@ private slots:
         for (auto& [path, script] : test.server.scripts)
             script.delay = path == "List.txt" ? 0 : 200;
         test.server.scripts["10"] = test.server.scripts["11"] = {404};
-        QVERIFY(test.Update({}));
+        QVERIFY(test.Update({{"10", "old"}}));
         COMPARE_ALL(test.Shows(), notConnected + ListLoaded(published) + log + missing + missing);
         COMPARE_ALL(test.GameTree(), after);
         QCOMPARE(test.server.requests.size(), 16);
