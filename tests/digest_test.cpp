@@ -60,22 +60,11 @@ private slots:
 
     void everyFunctionDigestsTheSame()
     {
-        struct Vector
-        {
-            std::string message;
-            const char* digest;
-        };
-        const Vector published[] = {
-            {"", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
-            {"abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
-            {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq",
-             "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1"},
-            {std::string(1000000, 'a'), "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"},
-        };
         for (const Sha256Implementation& implementation : Sha256Implementations()) {
             ChosenBlockFunction() = implementation.function;
-            for (const Vector& vector : published)
-                QVERIFY2(DigestInRandomCuts(vector.message) == vector.digest, implementation.name);
+            // A published digest, should Qt's own ever be wrong too.
+            QCOMPARE(DigestInRandomCuts(std::string(1000000, 'a')).c_str(),
+                     "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
             // A pattern whose period is no power of two: swapped or repeated blocks show.
             std::string message;
             for (int length = 0; length < 1000; ++length) {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <map>
 
+#include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
 // The system cuts longer hints to the device's read-ahead, which is seldom less.
@@ -33,7 +33,8 @@ std::intptr_t _get_osfhandle(int descriptor)
 HANDLE CreateFileMappingA(HANDLE file, void* /*security*/, DWORD /*protection*/, DWORD /*sizeHigh*/,
                           DWORD /*sizeLow*/, LPCSTR /*name*/)
 {
-    const int descriptor = dup(static_cast<int>(reinterpret_cast<std::intptr_t>(file)));
+    const int number = static_cast<int>(reinterpret_cast<std::intptr_t>(file));
+    const int descriptor = fcntl(number, F_DUPFD_CLOEXEC, 0);
     return descriptor < 0 ? nullptr : new OpenedObject{descriptor, 0};
 }
 
