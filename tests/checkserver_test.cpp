@@ -21,7 +21,7 @@ QString Check(const ScriptedServer& server)
 {
     QString said;
     const CheckResult result = CheckServer(
-        {server.BaseUrl(), false, std::chrono::seconds(1)},
+        {server.BaseUrl(), false, std::chrono::seconds(2)},
         [&](const std::string& finding) { said += QString::fromStdString(finding) + "\n"; },
         [](const Progress&) {});
     return said + QString("%1/%2").arg(result.checked).arg(result.files);
@@ -46,8 +46,8 @@ private slots:
         } rows[] = {
             {.path = "b", .body = "CONTENT", .said = "other content: .+\n3/3"},
             {.path = "b", .sendOnly = 3, .said = "cut short: 3 of 7 bytes came\n3/3"},
-            {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 1 s.+\n2/3"},
-            {.path = "List.txt", .sendOnly = 0, .stalls = true, .said = "no answer for 1 s.+\n0/0"},
+            {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 2 s.+\n2/3"},
+            {.path = "List.txt", .sendOnly = 0, .stalls = true, .said = "no answer for 2 s.+\n0/0"},
             {.path = "List.txt", .body = "<html>", .said = "no list but something else.+\n0/0"},
             {.path = "List.txt", .body = ListOf("ab") + "F#c\n", .said = "an invalid list.+\n0/0"},
             {.path = "List.txt", .body = list.substr(list.find('F')), .said = "without its n.+\n3/3"},
