@@ -156,7 +156,7 @@ private slots:
     {
         WindowUnderTest test;
         Tree published, after;
-        QStringList log = {"Initializing files to download", "Deleted old file: 10"};
+        QStringList log = {"Directory deleted: 10", "Initializing files to download", "Deleted old file: 10"};
         for (int i = 10; i < 30; ++i) {
             published[std::to_string(i)] = "new";
             log += i < 25 ? QStringList(QString("Downloading file: %1").arg(i)) : QStringList();
