@@ -166,8 +166,15 @@ private slots:
             const QString here = moved.tree.Root().c_str();
             moved.Publish(Files({"b.txt"}));
             moved.server.scripts[late.toStdString()].delay = 300;
-            QTimer::singleShot(200, [&] { QDir().rename(here, here + " moved"); });
-            QVERIFY(moved.Update(game));
+            bool away = false;
+            QTimer asking;
+            connect(&asking, &QTimer::timeout, [&] {
+                if (!away && moved.server.requests.contains(late))
+                    away = QDir().rename(here, here + " moved");
+            });
+            asking.start(5);
+            QVERIFY(moved.Update(game) && away);
+            asking.stop();
             QVERIFY(QDir().rename(here + " moved", here));
             QCOMPARE(moved.Shows().filter("Refusing to update: ").size(), 1);
             QCOMPARE(moved.Shows().filter("List of files loaded").size(), late == "List.txt" ? 0 : 1);

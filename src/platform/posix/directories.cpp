@@ -110,7 +110,7 @@ BOOL FindNextFileA(HANDLE find, WIN32_FIND_DATAA* data)
         unsigned char type = entry->d_type;
         struct stat status;
         if ((type == DT_LNK || type == DT_UNKNOWN) && fstatat(dirfd(stream), entry->d_name, &status, 0) == 0)
-            type = IFTODT(status.st_mode);
+            type = static_cast<unsigned char>(IFTODT(status.st_mode));
         if (type != DT_REG && type != DT_DIR)
             continue;
 

@@ -50,7 +50,7 @@ BOOL EnumProcesses(DWORD* processes, DWORD size, DWORD* filled)
     if (!table)
         return FALSE;
 
-    const DWORD room = size / sizeof(DWORD);
+    const DWORD room = size / static_cast<DWORD>(sizeof(DWORD));
     DWORD count = 0;
     while (count < room) {
         const dirent* entry = readdir(table);
