@@ -43,19 +43,19 @@ private slots:
         Tree after = Files({"unins000.dat", "xengineLog.txt.old", "sets/webBrowserLog.txt", "empty/",
                             "LAUNCHER_TEMP_EXE_FOLDER2/", "LAUNCHER_TEMP_EXE_FOLDER2/x"});
         after.insert(listed.begin(), listed.end());
-        Tree before =
-            Files({"UNINS000.EXE", "other/engineLog.txt", "left/over/file.txt", "left.over/no dot"});
+        Tree before = Files({"UNINS000.EXE", "other/engineLog.txt", "left/over/file.txt", ".left/over.txt"});
         before.insert(after.begin(), after.end());
         test.Publish(listed);
         QVERIFY(test.Update(before));
         QStringList removals = test.Shows().mid(10).filter("elete");
         removals.sort(); // a folder is listed in an order of the system's own
         const QStringList expected = {
-            "Deleted file: UNINS000.EXE",         "Deleted file: left.over\\no dot",
-            "Deleted file: left\\over\\file.txt", "Directory deleted: left.over",
+            "Deleted file: .left\\over.txt",      "Deleted file: UNINS000.EXE",
+            "Deleted file: left\\over\\file.txt", "Directory deleted: .left",
             "Directory deleted: left\\over",      "Directory deleted: other",
             "Directory deleted: sets\\no dot"}; // only said so, of any path without a dot
         COMPARE_ALL(removals, expected);
+        QVERIFY(test.Shows().filter("Waiting for").isEmpty()); // nothing was to be fetched
         after["left/"];
         COMPARE_ALL(test.GameTree(), after);
     }
