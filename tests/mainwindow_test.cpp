@@ -1,6 +1,5 @@
 // The window and its update cycle: what a list does to the tree, what the window shows, and how the program
 // ends.
-#include <QElapsedTimer>
 #include <QListView>
 #include <QMessageBox>
 #include <QRegularExpression>
@@ -221,21 +220,6 @@ private slots:
         const int widest = view.sizeHintForIndex(window.logModel->index(1)).width();
         QTRY_VERIFY(view.horizontalScrollBar()->maximum() + view.viewport()->width() >= widest);
         QCOMPARE(view.verticalScrollBar()->value(), 2250);
-    }
-
-    void every21stTickSleeps()
-    {
-        WindowUnderTest test;
-        MainWindow& window = test.OpenStill();
-        updateState = UpdateState::UpToDate;
-        std::vector<qint64> shortest(21, 1000000000); // in nanoseconds, by the place in the round
-        for (int tick = 0; tick < 10 * 21; ++tick) {
-            QElapsedTimer timer;
-            timer.start();
-            QMetaObject::invokeMethod(&window, "Update");
-            shortest[tick % 21] = std::min(shortest[tick % 21], timer.nsecsElapsed());
-        }
-        QVERIFY(shortest[0] >= 1000000 && *std::max_element(shortest.begin() + 1, shortest.end()) < 1000000);
     }
 
     void playQuitsAfterAFailureAndWithoutAGame()

@@ -1,5 +1,4 @@
 // Transfers that work and that fail: what the player is left with, and that nothing is lost.
-#include <QElapsedTimer>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 
