@@ -76,6 +76,9 @@ bool OtherInstancesRun()
 }
 } // namespace
 
+// The claim that this process was refused. It is never closed: the end of the process does that.
+HANDLE refusedClaim = INVALID_HANDLE_VALUE;
+
 bool ClaimStart(const std::string& launcherFolder)
 {
     bool found = false;
@@ -85,8 +88,10 @@ bool ClaimStart(const std::string& launcherFolder)
 
     // A refused start keeps the claim open until its process ends. So of two starts that find the claim of a
     // crashed one, the second decides when the first is gone. Otherwise each could end for the other's sake.
-    if (found && IsYoung(claim) && OtherInstancesRun())
+    if (found && IsYoung(claim) && OtherInstancesRun()) {
+        refusedClaim = claim;
         return false;
+    }
 
     FILETIME now = {};
     GetSystemTimeAsFileTime(&now);
