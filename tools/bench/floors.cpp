@@ -11,9 +11,9 @@
 #include <QNetworkReply>
 #include <QTimer>
 
+#include "bench/measure.h"
 #include "digest/sha256.h"
 #include "digest/sha256_blocks.h"
-#include "measure.h"
 #include "platform/platform.h"
 
 namespace {

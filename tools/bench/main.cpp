@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QTabWidget>
 
+#include "bench/measure.h"
 #include "digest/filedigest.h"
 #include "digest/sha256_blocks.h"
 #include "form/mainwindowform.h"
@@ -16,7 +17,6 @@
 #include "helpers/files.h"
 #include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
-#include "measure.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"
 #include "startup/strings.h"
