@@ -9,7 +9,6 @@ script=$(readlink -f "$0")
 
 if [[ $1 != *.exe ]]; then
     start_display
-    export LSAN_OPTIONS=suppressions=$PWD/tests/support/leaks.txt:print_suppressions=0
     cd "$folder"
     "$@"
     exit
