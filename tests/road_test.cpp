@@ -12,6 +12,7 @@
 #include <QDirIterator>
 
 #include "gametree/layout.h"
+#include "press.h"
 #include "processes/gameprocess.h"
 #include "processes/processname.h"
 #include "support/childprocess.h"
@@ -24,14 +25,6 @@ const std::string launcherFolder = "Game/TessaloomLauncher/Release/";
 const std::string stem = "LAUNCHER_TEMP_EXE_FOLDER";
 const std::string copies = launcherFolder + stem; // without their number
 const std::string gameFolder = "Game/Tessaloom/Code/Current/Release/";
-
-// Waits for a visible window whose title begins so, and lets xdotool do this to it. False if none came.
-bool Press(const QString& title, const QStringList& what)
-{
-    const QStringList search = {"search", "--onlyvisible", "--name", "^" + title};
-    return QTest::qWaitFor([&] { return QProcess::execute("xdotool", search + what) == 0; }, 30000);
-}
-constexpr char NoPressing[] = "Wine's windows are not pressed from here.";
 
 constexpr int outdatedFiles = 35;
 
@@ -173,12 +166,13 @@ private slots:
     {
         QTest::addColumn<QByteArray>("locale");
         QTest::newRow("C") << QByteArray("C");
-        QTest::newRow("German") << QByteArray("de_DE.UTF-8");
+        if (!IsWindows) // where no variable changes it
+            QTest::newRow("German") << QByteArray("de_DE.UTF-8");
     }
     void anOutdatedGameIsUpdatedAndPlayed()
     {
         QFETCH(QByteArray, locale);
-        QVERIFY2(IsWindows || std::setlocale(LC_ALL, locale), "This machine does not have the locale.");
+        QVERIFY2(std::setlocale(LC_ALL, locale), "This machine does not have the locale.");
         FixTextConventions();
         QVERIFY(road->Start(launcherFolder, locale)->waitForFinished());
         QVERIFY(road->Asked(outdatedFiles + 1));
@@ -191,13 +185,11 @@ private slots:
                                                                  {stem + "1", "x"}}));
         QVERIFY(!QFile::exists(road->tree.Path(copies + "10").c_str()));
         QCOMPARE(ReadFile(road->tree.Path(copies + "11/kept")).c_str(), "x");
-        if (IsWindows)
-            QSKIP(NoPressing);
 
-        QVERIFY(Press("Tessaloom Launcher", {"mousemove", "--window", "%1", "686", "425", "click", "1"}));
+        QVERIFY(QTest::qWaitFor(PressPlay, 30000));
         QTRY_VERIFY(road->Launchers().empty());
-        const QDir game(road->tree.Path(gameFolder).c_str());
-        QTRY_COMPARE(ReadFile(road->said.Path("game")).c_str(), qPrintable(game.path() + "\n0 arguments"));
+        const QString game = QDir::toNativeSeparators(QDir(road->tree.Path(gameFolder).c_str()).path());
+        QTRY_COMPARE(ReadFile(road->said.Path("game")).c_str(), qPrintable(game + "\n0 arguments"));
     }
 
     // As often as ROAD_ROUNDS says, else twice.
@@ -290,8 +282,9 @@ private slots:
                                      << "Error" << QStringList("List.txt");
         QTest::newRow("wrong folder")
             << "Game/LAUNCHER_TEMP_EXE_FOLDER" << LauncherFileName << wrongFolder << QStringList();
-        QTest::newRow("long folder") << copy + "/" + QString(250, 'x') << "other.exe" << wrongFolder
-                                     << QStringList();
+        if (!IsWindows) // which starts no program in so long a one
+            QTest::newRow("long folder")
+                << copy + "/" + QString(250, 'x') << "other.exe" << wrongFolder << QStringList();
     }
     void aBoxSaysWhyNothingHappens()
     {
@@ -299,14 +292,12 @@ private slots:
         QFETCH(QString, bystander);
         QFETCH(QString, title);
         QFETCH(QStringList, requests);
-        if (IsWindows)
-            QSKIP(NoPressing);
         const TemporaryTree elsewhere;
         ChildProcess other(elsewhere.Path(bystander.toStdString()));
         QVERIFY(QDir().mkpath(road->tree.Path(folder.toStdString()).c_str()));
         const Tree before = TreeOf(road->tree.Root());
         const auto launcher = road->Start(folder.toStdString());
-        QVERIFY(Press(title, {"windowfocus", "--sync", "%1", "key", "--window", "0", "Return"}));
+        QVERIFY(QTest::qWaitFor([&] { return PressBox(title); }, 30000));
         QVERIFY(launcher->waitForFinished());
         QVERIFY(launcher->exitStatus() == QProcess::NormalExit && launcher->exitCode() == 0);
         QCOMPARE(road->server.requests, requests);

@@ -9,7 +9,7 @@
 // The launcher's text conventions, as its entry point sets them, whatever the locale of the machine is.
 Q_COREAPP_STARTUP_FUNCTION(FixTextConventions)
 
-// Some things exist on one kind of system only, such as pipes; and Qt can't press Windows' own message box.
+// Some things exist on one kind of system only, such as pipes.
 inline const bool IsWindows = QSysInfo::kernelType() == "winnt";
 
 // True if the test function passes in a process of its own, which finds this variable in its environment.

@@ -1,0 +1,46 @@
+// Presses what windows show. Here: by the messages that a click sends, to Windows' own boxes too.
+#pragma once
+
+#include <QStringList>
+
+#include "platform/platform.h"
+
+// The visible window whose title begins so; null if there is none yet.
+inline HWND FindTitled(const QString& title)
+{
+    for (HWND window = nullptr; (window = FindWindowExA(nullptr, window, nullptr, nullptr));) {
+        char text[100] = "";
+        GetWindowTextA(window, text, sizeof(text));
+        if (IsWindowVisible(window) && QString(text).startsWith(title))
+            return window;
+    }
+    return nullptr;
+}
+
+// Press Play, or the only button of the box whose title begins so, in another program. False if there is none
+// yet.
+inline bool PressPlay()
+{
+    const HWND window = FindTitled("Tessaloom Launcher");
+    return window && PostMessageA(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(686, 425)) &&
+           PostMessageA(window, WM_LBUTTONUP, 0, MAKELPARAM(686, 425));
+}
+inline bool PressBox(const QString& title)
+{
+    const HWND box = FindTitled(title);
+    return box && PostMessageA(box, WM_COMMAND, IDOK, 0);
+}
+
+// Title and text of the error box that this program shows, which closes at its next event; empty if none.
+inline QStringList CloseOwnBox()
+{
+    const HWND box = FindTitled("Error");
+    if (!box)
+        return {};
+    char title[100] = "", text[1000] = "";
+    GetWindowTextA(box, title, sizeof(title));
+    const HWND icon = FindWindowExA(box, nullptr, "Static", nullptr);
+    GetWindowTextA(FindWindowExA(box, icon, "Static", nullptr), text, sizeof(text));
+    PostMessageA(box, WM_COMMAND, IDOK, 0);
+    return {title, text};
+}
