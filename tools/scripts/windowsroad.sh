@@ -57,15 +57,15 @@ verify_settings_stay() {
 }
 
 play_road() {
-    local first second box="" editor="$sample/Tessaloom Editor.exe" system32=$WINEPREFIX/drive_c/windows/system32 running
+    local first second box="" editor="$sample/Tessaloom Editor.exe" system32=$WINEPREFIX/drive_c/windows/system32 running list
     say "Sample game"
     make_published_tree
     # The game needs libraries too; of version 1 there is only its text file.
     cp -r "$published/Game/TessaloomLauncher/Release"/{*.dll,platforms} "$published/$game/"
-    # By the list maker for Windows, which ends its lines as Windows does. It finds its libraries in the current folder.
-    (cd "$published/$game" && wine64 "$build/make-list.exe" "$(wine_path "$published")" </dev/null 2>"$sample/make-list.log") |
-        tr -d '\r' >"$sample/List.txt" || give_up "make-list failed." "Look into $sample/make-list.log."
-    mv "$sample/List.txt" "$published/"
+    # By the list maker for Windows, which finds its libraries in the current folder.
+    list=$(wine_path "$published/List.txt")
+    (cd "$published/$game" && wine64 "$build/make-list.exe" "$(wine_path "$published")" -o "$list") </dev/null \
+        >"$sample/make-list.log" 2>&1 || give_up "make-list failed." "Look into $sample/make-list.log."
     make_installed_tree
     # Another launcher and another library than those of version 2, that work all the same.
     printf 'of version 1' | tee -a "$release/libgcc_s_seh-1.dll" >>"$release/TessaloomLauncher.exe"
