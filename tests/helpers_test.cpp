@@ -1,15 +1,10 @@
-// Text, numbers as text and the current directory: the odd rules, which the update cycle does not come
-// across.
+// Text, and numbers as text: the odd rules, which the update cycle does not come across.
 #include <cfloat>
 #include <cstdint>
 
-#include <QDir>
-
-#include "helpers/files.h"
 #include "helpers/numbers.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
-#include "support/temporarytree.h"
 #include "support/testmain.h"
 
 class HelpersTest : public QObject
@@ -33,19 +28,6 @@ private slots:
         QCOMPARE(FloatText(FLT_MAX).c_str(), "34028234663852885981170418348"); // cut after 29 characters
         QCOMPARE(PercentText(0.9999).c_str(), "99");
         QCOMPARE(GroupDigits("1234567").c_str(), "1 234 567");
-    }
-
-    void aCurrentDirectoryOf260BytesDoesNotFit()
-    {
-        const TemporaryTree tree;
-        const QString start = QDir::currentPath();
-        std::string folder = tree.Path(std::string(100, 'a') + "/");
-        folder += std::string(MAX_PATH - 1 - folder.size(), 'b');
-        QVERIFY(QDir().mkpath(folder.c_str()) && QDir::setCurrent(folder.c_str()));
-        QCOMPARE(CurrentDirectory().size(), MAX_PATH - 1);
-        QVERIFY(QDir().mkpath((folder + "b").c_str()) && QDir::setCurrent((folder + "b").c_str()));
-        QCOMPARE(CurrentDirectory().c_str(), "");
-        QDir::setCurrent(start);
     }
 };
 

@@ -1,5 +1,7 @@
 // The calls of the platform layer, judged by what the Windows calls promise, so that the same program judges
 // both sides. Only what neither the update cycle nor the end-to-end test would notice.
+#include <QDir>
+
 #include "platform/platform.h"
 #include "support/temporarytree.h"
 #include "support/testmain.h"
@@ -30,6 +32,17 @@ private slots:
         files["in/nöw"] = files["large"];
         files["long"] = "x";
         COMPARE_ALL(TreeOf(tree.Root()), files);
+    }
+
+    // A relative one would be another folder after the copy's change of directory.
+    void theTemporaryFolderIsAbsolute()
+    {
+        for (const char* variable : {"TMPDIR", "TMP"})
+            qputenv(variable, "relative");
+        char folder[MAX_PATH + 1] = "";
+        const DWORD length = GetTempPathA(sizeof(folder), folder);
+        QVERIFY2(QDir::isAbsolutePath(NativePath(folder).c_str()), folder);
+        QCOMPARE(GetTempPathA(length, folder), length + 1); // no room for the closing zero
     }
 
     void aFolderCannotBeOpenedNorDeletedAsAFile()
