@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <random>
 
-#include <QCryptographicHash>
 #include <QFile>
 #include <QtTest>
 
@@ -17,12 +16,6 @@ namespace {
 const std::uint8_t* Bytes(const std::string& text)
 {
     return reinterpret_cast<const std::uint8_t*>(text.data());
-}
-
-std::string SecondOpinion(const std::string& message)
-{
-    const QByteArray bytes = QByteArray::fromStdString(message);
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().toStdString();
 }
 
 // In random pieces, some of them empty.
@@ -68,7 +61,7 @@ private slots:
             // A pattern whose period is no power of two: swapped or repeated blocks show.
             std::string message;
             for (int length = 0; length < 1000; ++length) {
-                QVERIFY2(DigestInRandomCuts(message) == SecondOpinion(message), implementation.name);
+                QVERIFY2(DigestInRandomCuts(message) == Sha256Of(message), implementation.name);
                 message += static_cast<char>(length % 251);
             }
         }
@@ -90,19 +83,12 @@ private slots:
         QVERIFY(WriteTree(tree.Root(), files));
         const std::string root = tree.WindowsRoot() + "\\";
 
-        struct Row
-        {
-            const char* name;
-            int bufferSize; // bytes, afterwards
-        };
-        const Row rows[] = {{"empty", 0}, {"small", 6}, {"large", 1000}, {"small", 1000}, {"empty", 1000}};
-        for (const Row& row : rows) {
-            const std::uint8_t* const before = digestBuffer;
-            const bool kept = digestBufferSize == row.bufferSize;
-            QCOMPARE(FileSha256(root + row.name), SecondOpinion(files.at(row.name)));
-            QCOMPARE(digestBufferSize, std::int64_t{row.bufferSize});
-            QVERIFY(!kept || digestBuffer == before);
+        QList<std::int64_t> bufferSizes;
+        for (const char* name : {"empty", "small", "large", "small", "empty"}) {
+            QCOMPARE(FileSha256(root + name), Sha256Of(files.at(name)));
+            bufferSizes += digestBufferSize;
         }
+        QCOMPARE(bufferSizes, QList<std::int64_t>({0, 6, 1000, 1000, 1000})); // it grows, and is kept
 
         const std::uint8_t* const before = digestBuffer;
         for (const char* name : {"absent", "folder", "folder\\"}) {

@@ -1,6 +1,5 @@
 // The publisher's list maker: what it says about names, the list of a real tree, and a tree that changes
 // meanwhile.
-#include <QCryptographicHash>
 #include <QtTest>
 
 #include "makelist/makelist.h"
@@ -20,9 +19,7 @@ QString Said(const Remarks& remarks)
 
 std::string FileRecord(const std::string& path, const std::string& content)
 {
-    const QByteArray bytes = QByteArray::fromStdString(content);
-    const QByteArray digest = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
-    return "F#" + path + "#" + std::to_string(content.size()) + "#" + digest.toStdString() + "\n";
+    return "F#" + path + "#" + std::to_string(content.size()) + "#" + Sha256Of(content) + "\n";
 }
 
 void NoProgress(const Progress&) {}
@@ -67,6 +64,7 @@ private slots:
         QVERIFY(WriteTree(tree.Root(), {{"b.txt", "content"},
                                         {"new.lst", "old"},
                                         {"new.lst.aB3xYz", "half a list"},
+                                        {"Game/a+b/new.lst", "another"},
                                         {"Game/a+b/z.dat", large},
                                         {"Game/empty/", ""},
                                         {"Game/logs/engineLog.txt", "log"},
@@ -78,8 +76,8 @@ private slots:
             "^new.lst.aB3xYz: left out.+\nGame.unins000.dat.old: left out.+\nGame.empty: "
             ".+\nGame.logs: .+\n.+Launcher.exe: .+\n.+Tessaloom.exe: .+\n$");
         QVERIFY2(said.match(Said(remarks)).hasMatch(), qPrintable(Said(remarks)));
-        QCOMPARE(list, "#records#4\nD#Game\nD#Game\\a+b\n" + FileRecord("Game\\a+b\\z.dat", large) +
-                           FileRecord("b.txt", "content"));
+        QCOMPARE(list, "#records#5\nD#Game\nD#Game\\a+b\n" + FileRecord("Game\\a+b\\new.lst", "another") +
+                           FileRecord("Game\\a+b\\z.dat", large) + FileRecord("b.txt", "content"));
         QCOMPARE(MakeList(tree.Root(), remarks, NoProgress, output, 3), list);
     }
 

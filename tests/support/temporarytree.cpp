@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -71,6 +72,12 @@ std::string ReadFile(const std::string& path)
 {
     QFile file(path.c_str());
     return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : "(unreadable)";
+}
+
+std::string Sha256Of(const std::string& content)
+{
+    const QByteArray bytes = QByteArray::fromStdString(content);
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().toStdString();
 }
 
 TemporaryTree::TemporaryTree() : directory(QDir::tempPath() + "/launcher tést XXXXXX") {}

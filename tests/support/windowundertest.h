@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include <QCryptographicHash>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QLabel>
@@ -126,13 +125,11 @@ public:
         std::string folders, files;
         for (const auto& [path, content] : all) {
             const std::string listed = QString(path.c_str()).replace('/', '\\').toStdString();
-            const QByteArray bytes = QByteArray::fromStdString(content);
-            const QByteArray digest = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
             if (listed.back() == '\\')
                 folders += "D#" + listed.substr(0, listed.size() - 1) + "\r\n";
             else
-                files += "F#" + listed + "#" + std::to_string(content.size()) + "#" + digest.toStdString() +
-                         "\r\n";
+                files +=
+                    "F#" + listed + "#" + std::to_string(content.size()) + "#" + Sha256Of(content) + "\r\n";
         }
         return folders + files;
     }
