@@ -214,9 +214,21 @@ private slots:
         window.Log(std::string(300, 'W'));
         window.Log(std::string(400, 'i')); // more letters, but narrower
         window.FlushLog(true);
-        const int widest = view.sizeHintForIndex(window.logModel->index(1)).width();
+        window.Log("short"); // narrows nothing
+        window.FlushLog(true);
+        const int widest = view.sizeHintForIndex(window.logModel->index(2)).width();
         QTRY_VERIFY(view.horizontalScrollBar()->maximum() + view.viewport()->width() >= widest);
         QCOMPARE(view.verticalScrollBar()->value(), 2250);
+    }
+
+    void theFirstTickSleepsAndEvery21stAfterIt()
+    {
+        WindowUnderTest test;
+        MainWindow& window = test.OpenStill();
+        for (int tick = 0; tick < 50; ++tick) {
+            QMetaObject::invokeMethod(&window, "Update");
+            QCOMPARE(sleepCountdown, 20 - tick % 21); // set at each sleep
+        }
     }
 
     void playQuitsAfterAFailureAndWithoutAGame()
@@ -247,7 +259,9 @@ private slots:
         qunsetenv(ReportVariable);
         QCOMPARE(test.Shows().last(),
                  QString("Restarting launcher since the .exe file was updated: ") + LauncherFileName);
-        QTRY_VERIFY(QFile::exists(report.c_str()));
+        const QString folder =
+            QDir::toNativeSeparators(test.tree.Path("Game/TessaloomLauncher/Release").c_str());
+        QTRY_COMPARE(ReadFile(report).c_str(), qPrintable(folder + "\n0 arguments"));
     }
 
     // The current directory is gone then, where a system lets it go.
