@@ -84,15 +84,6 @@ private slots:
             QVERIFY2(Records(row.file) == row.records, row.name);
     }
 
-    void aListThatCountsItsRecordsIsRefusedWhenItsEndIsMissing()
-    {
-        const std::string list = "#records#4\nD#sets\nF#sets\\a#1#h\nF#sets\\b#1#h\nF#c#1#h\n";
-        QCOMPARE(Records(list).size(), 4);
-        for (std::size_t end = list.size() - 1; end != std::string::npos; end = list.rfind('\n', end - 1))
-            QVERIFY2(Records(list.substr(0, end)).isEmpty() || end == list.size() - 1,
-                     list.substr(0, end).c_str());
-    }
-
     void listedPathsStayInTheTree()
     {
         for (const Paths& paths : insideTheTree) {
