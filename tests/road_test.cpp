@@ -82,6 +82,8 @@ struct Road
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("LC_ALL", locale);
         environment.insert(ReportVariable, said.Path("game").c_str());
+        for (const char* temporaryFolder : {"TMPDIR", "TMP"})
+            environment.insert(temporaryFolder, said.Root().c_str());
         process->setProcessEnvironment(environment);
         process->setWorkingDirectory(tree.Path(folder).c_str());
         process->setStandardErrorFile(said.Path("errors").c_str(), QIODevice::Append);
@@ -231,20 +233,6 @@ private slots:
         QVERIFY(unfinished > 0);
     }
 
-    void aNewerLauncherTakesOver()
-    {
-        const std::string newer = ReadFile(ROAD_LAUNCHER) + "in a new version";
-        QVERIFY(WriteFile(road->web.Path(launcherFolder + LauncherFileName), newer));
-        road->Publish();
-        QVERIFY(road->Start()->waitForFinished());
-        // The newer one asks for the list again, and has nothing to do.
-        const auto isNew = [&] {
-            return road->server.requests.count("List.txt") == 2 && road->server.running == 0;
-        };
-        QVERIFY(QTest::qWaitFor(isNew, 60000) && road->server.requests.size() == outdatedFiles + 3);
-        COMPARE_ALL(road->Installed(), road->published);
-    }
-
     // Before the last two starts, a launcher is ended before it can remove its claim.
     void twoStartsLeaveOneCompleteLauncherAndEndNoOtherProgram()
     {
@@ -275,6 +263,17 @@ private slots:
             QCOMPARE(complete, 2);
         }
         QVERIFY(longer.state() == QProcess::Running && inCapitals.state() == QProcess::Running);
+    }
+
+    // The next start would be refused as long as nobody presses the box.
+    void theClaimOfAStartInAWrongFolderEndsBeforeItsBox()
+    {
+        const std::string claim =
+            road->said.Path(LauncherFileName + ("-" + Sha256Of(road->tree.WindowsRoot() + "\\Game")));
+        QVERIFY(WriteFile(claim, "") &&
+                QDir(road->tree.Root().c_str()).mkdir("Game/" + QString(stem.c_str())));
+        const auto launcher = road->Start("Game/" + stem);
+        QVERIFY(QTest::qWaitFor([&] { return !QFile::exists(claim.c_str()); }, 30000));
     }
 
     void aBoxSaysWhyNothingHappens_data()
