@@ -2,6 +2,8 @@
 // taskbar has a score of further operations that a double would have to have.
 #include <cmath>
 
+#include <QScreen>
+
 #include "mainwindow/speedmeter.h"
 #include "qtdownload/qtdownload.h"
 #include "support/testmain.h"
@@ -122,6 +124,23 @@ private slots:
         test.server.scripts["large.dat"].pieceSize = 2000; // takes longer than the rate's half a second
         test.OpenStill().updateTimer.start();
         QTRY_VERIFY(test.Shows()[1].contains(" KB/s)") && !test.Shows()[1].contains("(0 KB/s)"));
+    }
+
+    void nothingOfTheBarIsLeftOnTheScreen()
+    {
+        WindowUnderTest test;
+        test.Publish({{"first.dat", std::string(MB, 'x')}, {"last.dat", std::string(MB, 'x')}});
+        test.server.scripts["last.dat"].delay = 200;
+        MainWindow& window = test.OpenStill();
+        const auto colourInTheBar = [&] {
+            const QRect bar = window.ui->ProgressBar->geometry();
+            const QPixmap screen = window.screen()->grabWindow(window.winId());
+            return screen.toImage().pixelColor(bar.left() + bar.width() / 4, bar.center().y());
+        };
+        window.updateTimer.start();
+        QTRY_VERIFY(colourInTheBar().saturation() > 100); // blue among greys
+        QTRY_VERIFY(updateState == UpdateState::UpToDate);
+        QTRY_COMPARE(colourInTheBar(), window.palette().color(QPalette::Window));
     }
 };
 

@@ -23,7 +23,11 @@ void PaintSoon(QWidget& widget)
     if (!widget.updatesEnabled())
         return;
     widget.setUpdatesEnabled(false);
-    QTimer::singleShot(PaintInterval, &widget, [&widget] { widget.setUpdatesEnabled(true); });
+    QTimer::singleShot(PaintInterval, &widget, [&widget] {
+        widget.setUpdatesEnabled(true);
+        // If it was hidden in the meantime, its last picture is still on the screen.
+        widget.parentWidget()->update(widget.geometry());
+    });
 }
 
 // "850 KB", or from 1 MB on with at most one decimal, truncated: "1.9 MB".
