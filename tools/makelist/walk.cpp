@@ -1,5 +1,7 @@
 #include "makelist/walk.h"
 
+#include <algorithm>
+
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -26,6 +28,16 @@ bool IsUnfinishedOutput(const std::string& name, const std::string& outputName)
     static const QRegularExpression madeUp("^[A-Za-z0-9]{6}$");
     return name.compare(0, start.size(), start) == 0 &&
            madeUp.match(QString::fromStdString(name.substr(start.size()))).hasMatch();
+}
+
+// True for a link to a folder that holds it. The launcher would enter it again and again.
+bool LeadsUp(const fs::path& link)
+{
+    std::error_code error; // shows in an empty path
+    const fs::path target = fs::canonical(link, error);
+    const fs::path folder = fs::canonical(link.parent_path(), error);
+    return !target.empty() &&
+           std::mismatch(target.begin(), target.end(), folder.begin(), folder.end()).first == target.end();
 }
 
 std::string CantBeRead(const std::error_code& error)
@@ -61,6 +73,8 @@ struct Walk
         const fs::file_status status = entry.status(error);
         if (Contains(name, "\\")) {
             remarks.errors.push_back(Remark(path, "a name with \"\\\", which separates folders"));
+        } else if (fs::is_directory(status) && entry.is_symlink(error) && LeadsUp(entry.path())) {
+            remarks.errors.push_back(Remark(path, "a link to a folder above it: the tree has no end"));
         } else if (fs::is_directory(status)) {
             found.directories.insert(path);
             if ((error = Enter(entry.path(), path + "\\")))
