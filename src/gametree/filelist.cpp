@@ -1,6 +1,5 @@
 #include "gametree/filelist.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 
@@ -21,6 +20,14 @@ void SplitRecord(const std::string& line, std::vector<std::string>& fields)
     fields.clear();
     SplitString(line.substr(0, end), "#", fields);
 }
+
+// What is wrong with a record that needs so many fields, or null.
+const char* FindRecordFault(const std::vector<std::string>& fields, std::size_t needed)
+{
+    if (fields.size() < needed)
+        return "has too few fields";
+    return StaysInTree(fields[1]) ? nullptr : "names a path that could lead out of the tree";
+}
 } // namespace
 
 void ReadListLines(std::vector<std::string>& lines, const std::string& path)
@@ -29,6 +36,9 @@ void ReadListLines(std::vector<std::string>& lines, const std::string& path)
     // end at a Ctrl-Z in the middle of the list.
     std::ifstream file(NativePath(path), std::ios::binary);
     SplitLines(file, lines);
+    // The disk failed in the middle. A part of the list would delete every file that the rest names.
+    if (file.bad())
+        lines.clear();
 }
 
 void SplitLines(std::istream& text, std::vector<std::string>& lines)
@@ -70,27 +80,35 @@ FileEntry ContentList::File(std::size_t index) const
     return {fileNames[index], fileSizes[index], fileDigests[index]};
 }
 
-bool ParseFileList(const std::vector<std::string>& lines, ContentList& content)
+bool ParseFileList(const std::vector<std::string>& lines, ContentList& content, std::string* fault)
 {
+    const auto refuse = [fault](const std::string& reason) {
+        if (fault)
+            *fault = reason;
+        return false;
+    };
     std::vector<std::string> fields;
     std::vector<std::string> counts;
-    for (const std::string& line : lines) {
-        SplitRecord(line, fields);
-        if (Equals(fields[0], "D")) {
-            if (fields.size() < 2 || !StaysInTree(fields[1]))
-                return false;
-            content.AddDirectory(fields[1]);
-        } else if (Equals(fields[0], "F")) {
-            if (fields.size() < 4 || !StaysInTree(fields[1]))
-                return false;
-            content.AddFile({fields[1], LowBits(std::strtoll(fields[2].c_str(), nullptr, 10)), fields[3]});
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        SplitRecord(lines[i], fields);
+        const bool isDirectory = Equals(fields[0], "D");
+        if (isDirectory || Equals(fields[0], "F")) {
+            if (const char* recordFault = FindRecordFault(fields, isDirectory ? 2 : MostFields))
+                return refuse("line " + std::to_string(i + 1) + " " + recordFault);
+            if (isDirectory)
+                content.AddDirectory(fields[1]);
+            else
+                content.AddFile(
+                    {fields[1], LowBits(std::strtoll(fields[2].c_str(), nullptr, 10)), fields[3]});
         } else if (fields[0].empty() && fields.size() >= 2 && Equals(fields[1], RecordCountKey)) {
             counts.push_back(fields.size() >= 3 ? fields[2] : "");
         }
     }
 
     const std::string records = std::to_string(content.directories.size() + content.fileNames.size());
-    const bool complete = std::all_of(counts.begin(), counts.end(),
-                                      [&](const std::string& count) { return Equals(count, records); });
-    return complete && !content.fileNames.empty();
+    for (const std::string& count : counts) {
+        if (!Equals(count, records))
+            return refuse("it has " + records + " records and gives another number of them");
+    }
+    return !content.fileNames.empty() || refuse("it names no file");
 }

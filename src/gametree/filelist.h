@@ -45,7 +45,8 @@ struct ContentList
     FileEntry File(std::size_t index) const;
 };
 
-// Appends each line of the file, without its line end, to `lines`. An unreadable file appends nothing.
+// Reads each line of the file, without its line end, into `lines`, which is empty. `lines` stays empty if the
+// file can't be read to its end.
 void ReadListLines(std::vector<std::string>& lines, const std::string& path);
 
 // The same for a list that comes from elsewhere; `text` delivers its bytes as they are.
@@ -56,5 +57,6 @@ void SplitString(const std::string& text, const std::string& delimiter, std::vec
 
 // Adds the records of the lines to `content`, which is empty. False if the list is invalid: it has no F
 // record, a record with too few fields, a path that could leave the tree, or a count that is not the number
-// of its records. Half a list or a foreign page must never be taken for an order to delete.
-bool ParseFileList(const std::vector<std::string>& lines, ContentList& content);
+// of its records. `fault`, if not null, then says which. Half a list or a foreign page must never be taken
+// for an order to delete.
+bool ParseFileList(const std::vector<std::string>& lines, ContentList& content, std::string* fault = nullptr);

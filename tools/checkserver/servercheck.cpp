@@ -186,9 +186,10 @@ std::string Check::ReadList(const std::string& type)
     std::istringstream text(std::exchange(listText, {}).toStdString());
     std::vector<std::string> lines;
     SplitLines(text, lines);
-    if (!ParseFileList(lines, list)) {
+    std::string listFault;
+    if (!ParseFileList(lines, list, &listFault)) {
         const bool hasRecords = !list.directories.empty() || !list.fileNames.empty();
-        return hasRecords ? "an invalid list: every launcher refuses it"
+        return hasRecords ? "an invalid list (" + listFault + "): every launcher refuses it"
                           : "no list but something else (" + type + "): every launcher refuses it";
     }
     const std::string count = std::string("#") + RecordCountKey + "#";
