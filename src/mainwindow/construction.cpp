@@ -84,10 +84,7 @@ MainWindow::~MainWindow()
 {
     ReleaseDigestBuffer();
     fileQueue.clear();
-    finishedTransfers.clear();
-    for (QtDownload* transfer : transfers)
-        delete transfer;
-    transfers.clear();
+    DeleteTransfers();
     delete logModel;
     logModel = nullptr;
     delete ui;

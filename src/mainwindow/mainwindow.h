@@ -132,6 +132,9 @@ private:
 
     // Starts transfers up to the limit and ends the cycle when nothing is left.
     void WorkOffQueue(const std::string& treeRoot);
+    // Deletes the running and the ended transfers, which then write nothing more. No slot of theirs may be
+    // on the stack.
+    void DeleteTransfers();
 
     // --- completion.cpp ---
 

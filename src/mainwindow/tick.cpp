@@ -83,6 +83,8 @@ void MainWindow::RunCycle()
         BeginCycle(treeRoot);
     else if (KeepsJudgedRoot(treeRoot))
         WorkOffQueue(treeRoot);
+    else
+        DeleteTransfers(); // they would still write into the other folder
 }
 
 void MainWindow::BeginCycle(const std::string& treeRoot)

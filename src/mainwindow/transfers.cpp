@@ -48,6 +48,14 @@ void MainWindow::WorkOffQueue(const std::string& treeRoot)
         FinishCycle();
 }
 
+void MainWindow::DeleteTransfers()
+{
+    finishedTransfers.clear();
+    for (QtDownload* transfer : transfers)
+        delete transfer;
+    transfers.clear();
+}
+
 void MainWindow::StartTransfer(std::string url, std::string localPath)
 {
     std::string displayName = url;
