@@ -32,7 +32,13 @@ std::string NativePath(const std::string& path)
 
 std::vector<std::string> SystemFolders()
 {
-    return {"/etc", "/home", "/media", "/mnt", "/opt", "/run", "/srv", "/tmp", "/usr", "/var", "/var/tmp"};
+    std::vector<std::string> folders = {
+        "/boot", "/etc", "/home", "/media",           "/mnt",       "/opt",     "/root",
+        "/run",  "/srv", "/tmp",  "/usr/local/share", "/usr/share", "/var/lib", "/var/tmp"};
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime && runtime[0] == '/')
+        folders.emplace_back(runtime);
+    return folders;
 }
 
 // On Windows the current directory can't be removed. Where it was, its last path is given. A folder whose
