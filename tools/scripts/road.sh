@@ -47,7 +47,7 @@ make_published_tree() {
 # is no program yet.
 make_installed_tree() {
     cp -a "$published/." "$tree"
-    rm -r "$tree/List.txt" "$tree/Game/TessaloomLauncher"
+    rm -rf "$tree/List.txt" "$tree/Game/TessaloomLauncher"
     cmake --install "$build" --prefix "$tree" >/dev/null
     rm -r "$tree/Game/Tessaloom/Worlds/Hanging Gardens" "$tree/Game/Tessaloom/Patterns/Set 3"
     rm "$tree/Game/Tessaloom/Worlds/Höhenzug/Brücke über den Fluß.map"
