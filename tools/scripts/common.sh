@@ -41,14 +41,10 @@ need_packages() {
     echo "Missing: ${missing[*]:-none}"
     ((${#missing[@]} > 0)) || return 0
     ((EUID == 0)) || asRoot=(sudo)
-    if ! command -v apt-get >/dev/null || ! command -v "${asRoot[@]:-env}" >/dev/null; then
+    # The machine's lists may be older than the packages that they name.
+    "${asRoot[@]}" apt-get update -q || true
+    "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}" ||
         give_up "These packages of Debian 12 have to be installed, by root: ${missing[*]}"
-    fi
-    local install=("${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive
-        apt-get install -y -q --no-install-recommends "${missing[@]}")
-    # The machine's lists may be older than the packages that they name. They are fetched only if it fails without.
-    "${install[@]}" || { "${asRoot[@]}" apt-get update -q && "${install[@]}"; } ||
-        give_up "apt-get could not install all of: ${missing[*]}" "Its own words are above."
 }
 
 # --- Results ---
@@ -67,6 +63,11 @@ verify() {
         echo "   FAIL  $what"
         failed=$((failed + 1))
     fi
+}
+# verify_within SECONDS WHAT COMMAND...: the same, with so much time to succeed.
+verify_within() {
+    wait_for "$1" "${@:3}" >/dev/null || true
+    verify "${@:2}"
 }
 # Ends the script with the result. The counts are its very last line.
 finish() {
@@ -87,25 +88,20 @@ build() {
     local preset=$1 folder=$2 target=$3
     shift 3
     say "Build of $target in $folder"
-    mkdir -p "$folder"
-    if ! cmake --preset "$preset" -B "$folder" "$@" >"$folder/configure.log" 2>&1; then
-        cat "$folder/configure.log"
-    elif cmake --build "$folder" --target "$target"; then
-        return
+    if ! cmake --preset "$preset" -B "$folder" "$@" >/dev/null || ! cmake --build "$folder" --target "$target"; then
+        failed=$((failed + 1))
+        finish
     fi
-    failed=$((failed + 1))
-    finish
 }
 
 # run_tests PRESET FOLDER: runs ctest and counts the rows of its tests. A program that fails without a failed
 # row has crashed or run out of time, and counts as one.
 run_tests() {
-    local preset=$1 folder=$2 code=0 good bad left log
-    log=$folder/Testing/Temporary/LastTest.log
-    say "Tests in $folder"
+    local code=0 good bad left log=$2/Testing/Temporary/LastTest.log
+    say "Tests in $2"
     mkdir -p "$(dirname "$log")"
     : >"$log"
-    ctest --preset "$preset" || code=$?
+    ctest --preset "$1" || code=$?
     read -r good bad left < <(awk '
         /^[0-9]+\/[0-9]+ Testing: / { rows = 0; failures = 0 }
         /^PASS   : / { if (!/(initTestCase|cleanupTestCase)\(\)/) { ++good; ++rows } }
@@ -115,14 +111,11 @@ run_tests() {
         /^Test Failed/ { if (!failures) ++bad }
         END { print good + 0, bad + 0, left + 0 }' "$log")
     ((code == 0 || bad > 0)) || bad=1
-    if ((left > 0)); then
-        echo "Skipped:"
-        sed -n 's/^SKIP *: /   /p' "$log"
-    fi
+    sed -n 's/^SKIP *: /   skipped  /p' "$log"
     passed=$((passed + good)) failed=$((failed + bad)) skipped=$((skipped + left))
 }
 
-# --- Waiting, the display and ports ---
+# --- Waiting, the display and servers ---
 
 # wait_for SECONDS COMMAND...: false if the command has not become true in that time.
 wait_for() {
@@ -152,5 +145,18 @@ need_ports() {
     for port in "$@"; do
         ! port_answers "$port" ||
             give_up "Port $port of 127.0.0.1 is taken." "End what listens there: 'ss -ltnp' names it."
+    done
+}
+# start_nginx FOLDER PORT...: with the nginx.conf in the folder, in which all that nginx writes stays.
+start_nginx() {
+    local folder=$1 user="" port
+    shift
+    # nginx gives up the rights of root where it has them, and could then not read a tree below root's home.
+    ((EUID != 0)) || user="user $(id -un) $(id -gn);"
+    mkdir -p "$folder/temp"
+    nginx -p "$folder" -e error.log -c nginx.conf -g "$user daemon off; pid nginx.pid; error_log error.log;" &
+    started+=($!)
+    for port in "$@"; do
+        wait_for 10 port_answers "$port" || give_up "nginx does not answer on port $port." "Look into $folder/error.log."
     done
 }

@@ -7,19 +7,21 @@ script=$(readlink -f "$0")
 makeList=$(readlink -f "$1")
 checkServer=$(readlink -f "$2")
 . "$(dirname "$script")/common.sh"
+sampleServer=$PWD/tools/sampleserver
 cd "$temporary"
 # The messages that are compared are those of no language.
 export LC_ALL=C.UTF-8
+port=18573
+base=http://127.0.0.1:$port
+need_ports $port
 
-answer=
-# ask COMMAND...: what it says on both its outputs, and then its exit code.
-ask() {
-    local code=0
-    "$@" >answer.txt 2>&1 || code=$?
-    answer=$(cat answer.txt && echo "exit code $code")
+# expect CODE WHAT COMMAND...: verifies the exit code, and compares the command's output with this function's input.
+expect() {
+    local expected=$1 what=$2 code=0
+    "${@:3}" >answer.txt 2>&1 </dev/null || code=$?
+    ((code == expected)) || echo "exit code $code" >>answer.txt
+    verify "$what" diff - answer.txt
 }
-# said: compares the answer with what is expected.
-said() { diff - <(echo "$answer") | sed 's/^/         /' && ((PIPESTATUS[0] == 0)); }
 
 # --- The list ---
 
@@ -28,15 +30,19 @@ for file in Game/TessaloomLauncher/Release/TessaloomLauncher.exe Game/Tessaloom/
     'Game/100% Wool.map' 'Game/Brücke + Fluß.map' Game/page.txt Game/notes.txt; do
     yes "$file" | head -n 2000 >"tree/$file" || true
 done
-ask "$makeList" tree -o tree/List.txt
-verify "a list is written into its tree" said <<'EOF'
+expect 0 "a list is written into its tree" "$makeList" tree -o tree/List.txt <<'EOF'
 make-list: warning: Game\Brücke + Fluß.map: a name outside ASCII needs Windows 10 1903 or later
-exit code 0
 EOF
 cp tree/List.txt first.txt
-ask "$makeList" tree -o tree/List.txt
-ask cmp tree/List.txt first.txt
-verify "a second one over it is the same" said <<<"exit code 0"
+"$makeList" tree -o tree/List.txt 2>/dev/null
+verify "a second one over it is the same" cmp tree/List.txt first.txt
+
+ln -s .. tree/Game/up
+expect 1 "a link to a folder above it is refused" "$makeList" tree <<'EOF'
+make-list: warning: Game\Brücke + Fluß.map: a name outside ASCII needs Windows 10 1903 or later
+make-list: error: Game\up: a link to a folder above it: the tree has no end
+EOF
+rm tree/Game/up
 
 # So that the write takes a while, and none of it fits under the limit below.
 mkdir many
@@ -48,11 +54,9 @@ list_into_a_full_disk() {
     cat out.txt*
 }
 cp old.txt out.txt
-ask list_into_a_full_disk
-verify "where the disk is full, the old list stays" said <<'EOF'
+expect 0 "where the disk is full, the old list stays" list_into_a_full_disk <<'EOF'
 make-list: error: out.txt: File too large
 old list
-exit code 0
 EOF
 broken=0
 for round in {1..30}; do
@@ -65,43 +69,29 @@ for round in {1..30}; do
     ((round % 3 > 0)) || rm -f out.txt.*
     cmp -s out.txt old.txt || cmp -s out.txt new.txt || broken=$((broken + 1))
 done
-ask echo "$broken broken lists of 30, and $(find . -maxdepth 1 -name 'out.txt.*' | wc -l) files beside them"
-verify "ended at any moment, one list or the other is there" said <<'EOF'
-0 broken lists of 30, and 0 files beside them
-exit code 0
-EOF
+verify "ended at any moment, one list or the other is there" test "$broken" = 0
+verify "and no file beside it" test -z "$(compgen -G 'out.txt.*')"
 
 # --- The server ---
 
 # A copy of the tree for each thing that can be wrong.
-for case in good missing changed truncated redirected garbled packed chunked unknown; do cp -r tree "$case"; done
+for case in good missing changed truncated redirected garbled packed chunked unknown half; do cp -r tree "$case"; done
 rm missing/Game/notes.txt
 tr '[:lower:]' '[:upper:]' <tree/Game/notes.txt >changed/Game/notes.txt
 head -c 100 tree/Game/notes.txt >truncated/Game/notes.txt
+head -n 8 tree/List.txt >half/List.txt
 echo odd >garbled/Game/%41.txt
 "$makeList" garbled -o garbled/List.txt 2>/dev/null
 
-# nginx gives up the rights of root where it has them, and could then not read this folder.
-user=
-((EUID != 0)) || user="user $(id -un) $(id -gn);"
-mkdir temp
-write_configuration() {
-    cat >nginx.conf <<EOF
-$user
-daemon off;
-pid nginx.pid;
-error_log error.log;
+cp "$sampleServer/temporary.conf" .
+cat >nginx.conf <<EOF
 events {}
 http {
     access_log off;
     default_type application/octet-stream;
-    client_body_temp_path temp;
-    proxy_temp_path temp;
-    fastcgi_temp_path temp;
-    uwsgi_temp_path temp;
-    scgi_temp_path temp;
+    include temporary.conf;
     server {
-        listen 127.0.0.1:$1;
+        listen 127.0.0.1:$port;
         root $temporary;
         location = /redirected/Game/notes.txt { return 301 /good/Game/notes.txt; }
         location = /packed/Game/notes.txt { gzip on; gzip_types *; }
@@ -112,120 +102,77 @@ http {
     }
 }
 EOF
-}
-start_server() {
-    write_configuration "$port"
-    nginx -p "$temporary" -e error.log -c nginx.conf &
-    server=$!
-    started+=("$server")
-    # Another program may have taken the port.
-    wait_for 10 eval "port_answers $port || ! kill -0 $server 2>/dev/null" && kill -0 "$server" 2>/dev/null
-}
-for _ in {1..20}; do
-    port=$((20000 + RANDOM % 10000))
-    ! port_answers "$port" && start_server && break
-done
-port_answers "$port" || give_up "nginx did not start." "$(cat error.log)"
+start_nginx "$temporary" $port
 
-# check CASE OPTION...: the addresses in the answer without the port, which is another one each time.
-check() {
-    local case=$1
-    shift
-    ask "$checkServer" "http://127.0.0.1:$port/$case" "$@"
-    answer=${answer//127.0.0.1:$port/host}
-}
-check good
-verify "a good server" said <<'EOF'
-check-server: http://host/good/: 6 files checked, all as the list says
-exit code 0
+expect 0 "a good server" "$checkServer" $base/good <<EOF
+check-server: $base/good/: 6 files checked, all as the list says
 EOF
-check good/List.txt --quick
-verify "the same by heads alone, from the list's address" said <<'EOF'
-check-server: http://host/good/: 6 files checked by length, all as the list says
-exit code 0
+expect 0 "the same by heads alone, from the list's address" "$checkServer" $base/good/List.txt --quick <<EOF
+check-server: $base/good/: 6 files checked by length, all as the list says
 EOF
-check missing
-verify "a file that is missing" said <<'EOF'
+expect 1 "a file that is missing" "$checkServer" $base/missing <<EOF
 Game\notes.txt: missing (404 Not Found)
-check-server: http://host/missing/: 6 files checked, 1 finding
-exit code 1
+check-server: $base/missing/: 6 files checked, 1 finding
 EOF
-check missing --quick
-verify "the same by heads" said <<'EOF'
+expect 1 "the same by heads" "$checkServer" $base/missing --quick <<EOF
 Game\notes.txt: missing (404 Not Found)
-check-server: http://host/missing/: 6 files checked by length, 1 finding
-exit code 1
+check-server: $base/missing/: 6 files checked by length, 1 finding
 EOF
-check changed
-verify "a file that has changed" said <<'EOF'
+expect 1 "a file that has changed" "$checkServer" $base/changed <<EOF
 Game\notes.txt: other content: its digest is not that of the list
-check-server: http://host/changed/: 6 files checked, 1 finding
-exit code 1
+check-server: $base/changed/: 6 files checked, 1 finding
 EOF
-check truncated --quick
-verify "a file that is truncated" said <<'EOF'
+expect 1 "a file that is truncated" "$checkServer" $base/truncated --quick <<EOF
 Game\notes.txt: other size: 100 bytes instead of 30000
-check-server: http://host/truncated/: 6 files checked by length, 1 finding
-exit code 1
+check-server: $base/truncated/: 6 files checked by length, 1 finding
 EOF
-check redirected
-verify "a redirect" said <<EOF
-Game\\notes.txt: redirected (301 Moved Permanently, to http://host/good/Game/notes.txt): the launcher does not follow, and takes the page that comes instead for the file
-check-server: http://host/redirected/: 6 files checked, 1 finding
-exit code 1
+expect 1 "a redirect" "$checkServer" $base/redirected <<EOF
+Game\notes.txt: redirected (301 Moved Permanently, to $base/good/Game/notes.txt): the launcher does not follow, and takes the page that comes instead for the file
+check-server: $base/redirected/: 6 files checked, 1 finding
 EOF
-check garbled
-verify "a name that an address changes" said <<'EOF'
+expect 1 "a name that an address changes" "$checkServer" $base/garbled <<EOF
 Game\%41.txt: the launcher asks for "/garbled/Game/A.txt" instead: missing (404 Not Found)
-check-server: http://host/garbled/: 7 files checked, 1 finding
-exit code 1
+check-server: $base/garbled/: 7 files checked, 1 finding
 EOF
-check packed
-verify "a packed file" said <<'EOF'
+expect 1 "a packed file" "$checkServer" $base/packed <<EOF
 Game\notes.txt: packed as gzip, so its length is lost: the launcher can't tell a broken transfer from a complete one
-check-server: http://host/packed/: 6 files checked, 1 finding
-exit code 1
+check-server: $base/packed/: 6 files checked, 1 finding
 EOF
-check chunked
-verify "a list in chunks" said <<'EOF'
+expect 1 "a list in chunks" "$checkServer" $base/chunked <<EOF
 List.txt: sent in chunks, without its length: the launcher can't tell a broken transfer from a complete one
-check-server: http://host/chunked/: 6 files checked, 1 finding
-exit code 1
+check-server: $base/chunked/: 6 files checked, 1 finding
 EOF
-check unknown
-verify "a list that ends where the connection does" said <<'EOF'
+expect 1 "a list that ends where the connection does" "$checkServer" $base/unknown <<EOF
 List.txt: sent without its length: the launcher can't tell a broken transfer from a complete one
-check-server: http://host/unknown/: 6 files checked, 1 finding
-exit code 1
+check-server: $base/unknown/: 6 files checked, 1 finding
 EOF
-check nowhere
-verify "no list" said <<'EOF'
+expect 1 "half a list" "$checkServer" $base/half <<EOF
+List.txt: an invalid list (it has 7 records and gives another number of them): every launcher refuses it
+check-server: $base/half/: no file checked, since there is no list to go by
+EOF
+expect 1 "no list" "$checkServer" $base/nowhere <<EOF
 List.txt: missing (404 Not Found)
-check-server: http://host/nowhere/: no file checked, since there is no list to go by
-exit code 1
+check-server: $base/nowhere/: no file checked, since there is no list to go by
 EOF
-check page
-verify "another page" said <<'EOF'
+expect 1 "another page" "$checkServer" $base/page <<EOF
 List.txt: no list but something else (text/html): every launcher refuses it
-check-server: http://host/page/: no file checked, since there is no list to go by
-exit code 1
+check-server: $base/page/: no file checked, since there is no list to go by
 EOF
-kill "$server"
-wait "$server" || true
+kill "${started[@]}"
+wait "${started[@]}" || true
 started=()
-check good
-verify "no server" said <<'EOF'
+expect 1 "no server" "$checkServer" $base/good <<EOF
 List.txt: no answer: Connection refused
-check-server: http://host/good/: no file checked, since there is no list to go by
-exit code 1
+check-server: $base/good/: no file checked, since there is no list to go by
 EOF
 
 # --- The command lines ---
 
 codes=
 while read -ra arguments; do
-    ask "${arguments[@]}"
-    codes+="${answer##*exit code } "
+    code=0
+    "${arguments[@]}" >/dev/null 2>&1 </dev/null || code=$?
+    codes+="$code "
 done <<EOF
 $makeList tree more
 $makeList --bogus
@@ -240,7 +187,6 @@ $makeList nowhere
 $makeList --help
 $checkServer --version
 EOF
-answer=$codes
-verify "exit codes tell wrong usage from a tree that can't be listed" said <<<"2 2 2 2 2 2 2 1 1 1 0 0 "
+verify "exit codes tell wrong usage from a tree that can't be listed" test "$codes" = "2 2 2 2 2 2 2 1 1 1 0 0 "
 
 finish

@@ -15,11 +15,6 @@ copy_is_complete() { diff "$sample/installed.files" <(program_files "$release/$l
 only_one_launcher() { (($(temporary_copies | wc -l) == 1)); }
 # The link is drawn in a colour that nothing else in the window has.
 link_is_visible() { take_picture && (($(pixels '#2a82da') > 100)); }
-find_box() {
-    box=$(xdotool search --onlyvisible --name '^Error$' 2>/dev/null | head -n 1)
-    [[ -n $box ]]
-}
-readme_is_missing() { [[ ! -e $tree/readme.txt ]]; }
 # The other start's supervisor waits as long as its launcher's window.
 one_start_is_left() { (($(jobs -pr | grep -cxF -e "${started[-1]}" -e "${started[-2]}") == 1)); }
 # The button as it was after the update, and with another text.
@@ -40,24 +35,21 @@ restart_launcher() {
 verify_start_mends() {
     restart_launcher
     # A window that is not painted yet is as dark as an enabled button.
-    wait_for 60 tree_is_as_published >/dev/null || true
-    verify "$1" tree_is_as_published
-    wait_for 20 offers_play || true
-    verify "and offers to play" offers_play
+    verify_within 60 "$1" tree_is_as_published
+    verify_within 20 "and offers to play" offers_play
 }
 # verify_settings_stay WHAT: starts the launcher with settings that it can't replace, and a readme that is missing.
 verify_settings_stay() {
     cp "$settings" "$sample/settings.before"
     rm "$tree/readme.txt"
     restart_launcher
-    wait_for 60 offers_play_offline || true
-    verify "$1 stays as it is" cmp "$sample/settings.before" "$settings"
-    verify "and the launcher offers to play offline" offers_play_offline
+    verify_within 60 "with $1, the launcher offers to play offline" offers_play_offline
+    verify "and leaves the file as it is" cmp "$sample/settings.before" "$settings"
     verify "and has fetched the others" cmp "$published/readme.txt" "$tree/readme.txt"
 }
 
 play_road() {
-    local first second box="" editor="$sample/Tessaloom Editor.exe" system32=$WINEPREFIX/drive_c/windows/system32 running list
+    local first second editor="$sample/Tessaloom Editor.exe" system32=$WINEPREFIX/drive_c/windows/system32 running list
     say "Sample game"
     make_published_tree
     # The game needs libraries too; of version 1 there is only its text file.
@@ -75,15 +67,13 @@ play_road() {
     start_server 8m
 
     say "Road"
-    : >"$report"
     start_windows_launcher
     watch_update
     first=$launcherPid
     verify "the temporary copy has the executable, its libraries and \"platforms\"" copy_is_complete
-    wait_for 180 ended "$first" || true
     # Wine's ShellExecute waits until the new program is idle, and Windows' does not: so the new launcher meets the old
     # one and ends it, and its exit code says nothing here.
-    verify "the launcher fetched another version of itself, and has ended" ended "$first"
+    verify_within 180 "the launcher fetched another version of itself, and has ended" ended "$first"
     wait_for_play || give_up "The new launcher did not start." "Look into $sample/launcher.log."
     verify_first_tab link_is_visible
     verify_update
@@ -102,14 +92,12 @@ play_road() {
     started+=("$running")
     wait_for 20 xdotool search --onlyvisible --name 'Notepad' >/dev/null || true
     start_windows_launcher
-    wait_for 60 find_launcher || true
-    wait_for 60 find_box || true
+    wait_for_launcher
+    verify_within 60 "with a tool of the game running, a box says so" find_window Error
     import -window root "$pictures/running-game.png"
-    verify "with a tool of the game running, a box says so" find_box
-    xdotool windowfocus --sync "$box" key Return || true
-    wait_for 30 ended "$launcherPid" || true
-    verify "and the launcher ended with 0" ended_well "$launcherPid"
-    verify "and changed nothing" readme_is_missing
+    xdotool windowfocus --sync "$window" key Return || true
+    verify_within 30 "and the launcher ended with 0" ended_well "$launcherPid"
+    verify "and changed nothing" test ! -e "$tree/readme.txt"
     kill "$running" || true
     wait "$running" || true
 
@@ -131,9 +119,8 @@ play_road() {
     program_files "$release" >"$sample/installed.files"
     start_windows_launcher
     start_windows_launcher
-    wait_for 60 one_start_is_left || true
+    verify_within 60 "of two starts at once one is left" one_start_is_left
     wait_for_play || true
-    verify "of two starts at once one is left" one_start_is_left
     verify "with the only window" only_one_launcher
     verify "and the whole copy" copy_is_complete
 
@@ -142,9 +129,8 @@ play_road() {
     (cd "$tree/$game" && exec wine64 "$system32/cmd.exe" /c 'pause >>settings.ini' <>"$temporary/keys" >/dev/null 2>&1) &
     running=$!
     started+=("$running")
-    wait_for 20 settings_are_held || true
-    verify "a program holds a file open" settings_are_held
-    verify_settings_stay "the file that is held open"
+    verify_within 20 "a program holds a file open" settings_are_held
+    verify_settings_stay "the file held open"
     kill "$running" || true
     wait "$running" || true
     verify_start_mends "let go of it, the next start mends the tree"
