@@ -10,9 +10,9 @@ std::uint8_t* digestBuffer = nullptr;
 std::int64_t digestBufferSize = 0;
 
 namespace {
-constexpr std::int64_t WholeFileLimit = std::int64_t{1} << 32; // bytes; such a file is no longer read whole
-constexpr std::int64_t PieceSize =
-    1024 * 1024; // bytes; stays in the processor's cache between reading and hashing
+constexpr std::int64_t WholeFileLimit = std::int64_t{1} << 32; // bytes; from here on in pieces
+// Bytes. A piece stays in the processor's cache between reading and hashing.
+constexpr std::int64_t PieceSize = 1024 * 1024;
 constexpr std::size_t BufferAlignment = 64; // bytes, a cache line
 
 struct FileCloser
@@ -24,7 +24,7 @@ struct FileCloser
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-// Opened at its start, with its length in bytes in `size`; null, and -1, if that failed.
+// Opens the file at its start and sets `size` to its length in bytes. On failure gives null and sets -1.
 File OpenFile(const std::string& path, std::int64_t& size)
 {
     size = -1;
@@ -43,8 +43,8 @@ File OpenFile(const std::string& path, std::int64_t& size)
     return file;
 }
 
-// True if a file of `size` bytes can be read whole. Memory is looked at only if the buffer would have to
-// grow; what the buffer holds now is released for it and counts as available.
+// True if a file of `size` bytes can be read whole. Memory matters only if the buffer would have to grow. The
+// present buffer is released before that, so it counts as available.
 bool FitsBuffer(std::int64_t size)
 {
     if (size <= digestBufferSize)
@@ -71,7 +71,7 @@ bool GrowBuffer(std::int64_t size)
     return digestBuffer != nullptr;
 }
 
-// Reads the next `size` bytes into the buffer. False if they did not all come.
+// Reads the next `size` bytes into the buffer. False if it got fewer.
 bool ReadIntoBuffer(std::FILE* file, std::int64_t size)
 {
     const std::size_t wanted = static_cast<std::size_t>(size);

@@ -1,5 +1,5 @@
-// A hint to the system which files will be read next, so that the disk fetches them while the processor
-// hashes. It only saves time on a cold start: no result depends on it, and a hint that fails changes nothing.
+// Tells the system which files will be read next, so that the disk fetches them while the processor hashes.
+// It only saves time on a cold start: no result depends on it, and a hint that fails changes nothing.
 //
 // Here the hint starts the transfers and returns. Windows' documentation promises less: that the system may
 // fetch the bytes with few large requests, but not that the call returns before they have arrived. On Windows
@@ -15,7 +15,7 @@
 struct ReadAheadWindow
 {
     std::size_t next = 0;   // the first file that has not been considered
-    std::int64_t bytes = 0; // hinted, and not yet read; at most 32 MiB, so that a small machine is not swept
+    std::int64_t bytes = 0; // hinted and not yet read; at most 32 MiB, to leave a small memory its content
 };
 
 // Call it before file number `current` is read, in the order of the list. The paths are `folder` + name, and

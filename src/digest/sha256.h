@@ -16,8 +16,7 @@ struct Sha256Context
     // Back to the initial state, for the next digest.
     void Reset();
 
-    // `length` in bytes; `data` may be null if it is 0. Whole blocks are taken from `data` itself, without a
-    // copy.
+    // `length` in bytes; `data` may be null if it is 0. Whole blocks are not copied.
     void Append(const std::uint8_t* data, std::uint64_t length);
 
     // The digest of all bytes appended so far: 64 lower-case hexadecimal digits. The context stays as it is,

@@ -81,8 +81,8 @@ inline __m256i SmallSigma1(__m256i doubled)
     return _mm256_xor_si256(_mm256_srli_epi32(doubled, 10), rotated);
 }
 
-// FourRounds of the first block, and between them the schedule: `w0`, the oldest of the last sixteen message
-// words, become the next four and go into the table.
+// FourRounds of the first block, and between them the schedule. `w0` holds the oldest four of the last
+// sixteen message words. They are replaced by the next four, which are also stored in the table.
 inline void FourRoundsAndSchedule(std::uint32_t& a, std::uint32_t& b, std::uint32_t& c, std::uint32_t& d,
                                   std::uint32_t& e, std::uint32_t& f, std::uint32_t& g, std::uint32_t& h,
                                   std::uint32_t& bXorC, std::uint32_t* group, const std::uint32_t* constants,

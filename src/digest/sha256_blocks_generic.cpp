@@ -1,4 +1,4 @@
-// Which block functions a processor can run that has none of its own.
+// The block functions for a processor that has no function of its own.
 #include "digest/sha256_blocks.h"
 
 std::vector<Sha256Implementation> Sha256Implementations()

@@ -27,8 +27,8 @@ inline std::uint32_t Load(std::uint32_t& word, const std::uint8_t* bytes)
     return word;
 }
 
-// The next message word after those: takes the place of `w0`, the oldest of the last sixteen. The numbers
-// count from it.
+// The next message word after those of the block. It replaces `w0`, the oldest of the last sixteen. The
+// numbers count from `w0`.
 inline std::uint32_t Next(std::uint32_t& w0, std::uint32_t w1, std::uint32_t w9, std::uint32_t w14)
 {
     w0 += (RotateRight(w1, 7) ^ RotateRight(w1, 18) ^ (w1 >> 3)) + w9 +

@@ -4,8 +4,8 @@
 
 #include <immintrin.h>
 
-// The rounds are a chain: each pair waits for the one before it, 4 cycles long, and 128 cycles a block is as
-// fast as one digest can be. The schedule of the coming message words is therefore spread between the rounds,
+// The rounds are a chain: each pair waits 4 cycles for the one before it. So one digest needs at least 128
+// cycles a block. The schedule of the coming message words is therefore spread between the rounds,
 // where it costs nothing, and everything stays in registers.
 namespace {
 // Bytes, about a microsecond of hashing. The processor's own look-ahead stops at each page's end, which costs

@@ -20,8 +20,7 @@ constexpr char PluginFolderName[] = "platforms";
 
 // Where the game stands, and is started.
 constexpr char GameFolder[] = "Game\\Tessaloom\\Code\\Current\\Release";
-// Levels from the launcher's folder up to the folder "Game", and the game's folder from there. Play goes this
-// way.
+// Play's way: levels from the launcher's folder up to the folder "Game", and the game's folder from there.
 constexpr int DepthBelowGame = LauncherFolderDepth - 1;
 constexpr const char* GameFolderBelowGame = GameFolder + sizeof("Game\\") - 1;
 constexpr char GameFileName[] = "Tessaloom.exe";
@@ -38,8 +37,8 @@ constexpr const char* SparedNames[] = {"unins000.exe", "unins000.dat", "engineLo
 // The first of SparedNames that `path` holds, or null.
 const char* SparedNameIn(const std::string& path);
 
-// True for the published list: in the root, where the publisher keeps it, and where the launcher puts its
-// copy.
+// True for the published list, in the two places that it may have: in the root, where the publisher keeps it,
+// and where the launcher puts its local file.
 bool IsListItself(const std::string& path);
 
 // The root of the game tree: the current directory, which is the launcher's folder, without its last three

@@ -1,13 +1,11 @@
-// Questions to the disk, and the removal of a directory tree. Nothing here reports a failure but by its
-// result.
+// Questions to the disk, and the removal of a directory tree. A failure shows in the result only.
 #pragma once
 
 #include <string>
 #include <vector>
 
-// Appends directory + "\" + name for each plain file, depth first, in the order the system gives; directories
-// are entered if `recursive`, also through links, and never listed. A directory that can't be read appends
-// nothing.
+// Appends directory + "\" + name for each plain file, depth first, in the order the system gives. Directories
+// are never listed. If `recursive`, they are entered, also through links. An unreadable one appends nothing.
 void ListDirectory(const std::string& directory, std::vector<std::string>& files, bool recursive);
 
 // True if the path can be opened for reading: false for a directory and for a locked file too.

@@ -10,8 +10,7 @@ std::string IntText(std::int32_t value);
 // "%f" without zeros at the end, and without a point at the end.
 std::string FloatText(float value);
 
-// The integer part of the percentage of a fraction (1.0 is 100 per cent), truncated, without the percent
-// sign.
+// The percentage of a fraction (1.0 is 100 per cent), truncated to an integer, without the percent sign.
 std::string PercentText(double fraction);
 
 // A blank before every third digit from the end.

@@ -23,6 +23,6 @@ bool Equals(const std::string& a, const std::string& b);
 // True if an element equals `text`. Searches from the front: for short lists.
 bool ListContains(const std::vector<std::string>& list, const std::string& text);
 
-// Lower-cases the ASCII letters and the Windows-1252 bytes of three more, in place, and gives a copy of the
-// result.
+// Lower-cases the ASCII letters and the Windows-1252 bytes of three more, in place.
+// Gives a copy of the result.
 std::string ToLower(std::string& text);

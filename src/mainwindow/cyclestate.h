@@ -1,5 +1,5 @@
-// The process-wide state of the one update cycle that a run performs. It outlives the window. GUI thread
-// only.
+// The process-wide state of the one update cycle that a run performs. It outlives the window.
+// GUI thread only.
 #pragma once
 
 #include <cstdint>

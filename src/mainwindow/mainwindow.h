@@ -63,8 +63,8 @@ public:
 
     // Adds a line, stamped with the local time. Only queues it.
     void Log(std::string message);
-    // Moves the queued lines on top of the list, newest first, if 0.2 seconds have gathered or `force` is
-    // set.
+    // Moves the queued lines on top of the list, newest first. Without `force`, only if 0.2 seconds have
+    // gathered since the last time.
     void FlushLog(bool force);
 
     // --- progress.cpp ---
@@ -124,8 +124,8 @@ private:
 
     // --- changedetection.cpp ---
 
-    // Hashes every listed file and queues each that differs. False as soon as one does while a game process
-    // runs.
+    // Hashes every listed file and queues each that differs. False as soon as one differs while a game
+    // process runs.
     bool FindChanges(const std::string& treeRoot, const ContentList& content);
 
     // --- transfers.cpp ---

@@ -9,8 +9,8 @@
 
 void MainWindow::on_Play_clicked()
 {
-    // From the launcher's folder up to "Game", and down to the game's own folder, where it expects to be
-    // started.
+    // From the launcher's folder up to "Game", and down to the game's folder. The game expects to be started
+    // there.
     std::string folder = CurrentDirectory();
     for (int i = 0; i < DepthBelowGame; ++i) {
         const int separator = FindLast(folder, "\\");

@@ -59,8 +59,8 @@ inline std::vector<std::string> SystemFolders()
 #include <cstddef>
 #include <cstdint>
 
-// The path in the form that Qt and the standard library of this system take. The calls below apply it
-// themselves.
+// The path in the form that Qt and the standard library of this system take.
+// The calls below apply it themselves.
 std::string NativePath(const std::string& path);
 
 // Fixes numbers as text to the "C" format and the local code page to UTF-8, whatever the user's locale is.
@@ -171,7 +171,7 @@ std::FILE* _fsopen(LPCSTR path, LPCSTR mode, int share);
 int _fseeki64(std::FILE* file, std::int64_t offset, int origin);
 std::int64_t _ftelli64(std::FILE* file);
 int _fileno(std::FILE* file);
-// The handle beneath the descriptor, as a number. It is closed with the descriptor.
+// The system's handle of the descriptor, as a number. It is closed with the descriptor.
 std::intptr_t _get_osfhandle(int descriptor);
 // Not 0 if the descriptor leads to a terminal.
 int _isatty(int descriptor);
@@ -224,8 +224,8 @@ constexpr DWORD PROCESS_TERMINATE = 0x1;
 constexpr DWORD PROCESS_VM_READ = 0x10;
 constexpr DWORD PROCESS_QUERY_INFORMATION = 0x400;
 DWORD GetCurrentProcessId();
-// `size` and `filled` in bytes; what does not fit is not listed, nor is a process whose executable can't be
-// read.
+// `size` and `filled` in bytes. Processes that do not fit are not listed, nor are those whose executable
+// can't be read.
 BOOL EnumProcesses(DWORD* processes, DWORD size, DWORD* filled);
 // Null if the process is gone or the access is refused.
 HANDLE OpenProcess(DWORD access, BOOL inheritHandle, DWORD process);

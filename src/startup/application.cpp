@@ -27,7 +27,7 @@ QPalette DarkPalette()
     palette.setColor(QPalette::All, QPalette::HighlightedText, Qt::black);
     palette.setColor(QPalette::All, QPalette::Button, QColor(53, 53, 53));
     palette.setColor(QPalette::All, QPalette::ButtonText, Qt::white);
-    // Behind the rows for all groups, which write this group too.
+    // After the lines for all groups, which set this group too.
     palette.setColor(QPalette::Disabled, QPalette::Button, QColor(120, 120, 120));
     palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(200, 200, 200));
     return palette;
@@ -52,7 +52,8 @@ void RunApplication(LauncherContext& context)
     EndStartClaim(CurrentDirectory());
     QApplication::exec();
 
-    // In this order: the flag stands before the window's destructor runs, and the window goes first.
+    // The order matters: the flag is set before the window's destructor runs, and the window is deleted
+    // before the application.
     context.closing = true;
     delete context.window;
     context.window = nullptr;

@@ -11,7 +11,7 @@ class QWebEngineView;
 class QWidget;
 
 // Owns nothing that it points to. The widget fields are copies from the window's form, set by its
-// constructor, and keep their values after the widgets are gone: only `closing` tells that.
+// constructor, and keep their values after the widgets were deleted. Only `closing` tells that.
 struct LauncherContext
 {
     // The one context, created on first use and never freed.

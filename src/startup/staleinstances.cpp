@@ -8,7 +8,7 @@ std::vector<DWORD> OtherInstances()
 {
     const DWORD self = GetCurrentProcessId();
     const std::string ownName = ProcessName(self);
-    // Otherwise every process that can't be read would bear the same name.
+    // Otherwise every process that can't be read would seem to have the same name.
     if (Equals(ownName, UnknownProcessName))
         return {};
 
@@ -25,8 +25,8 @@ void TerminateOtherInstances()
     const std::string ownName = ProcessName(GetCurrentProcessId());
     for (const DWORD process : OtherInstances()) {
         if (const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process)) {
-            // The number may have gone to another process since its name was read; the open handle holds it
-            // now.
+            // Another process may have got this number since its name was read. None can get it while the
+            // handle is open.
             if (Equals(ProcessName(process), ownName))
                 TerminateProcess(handle, 0); // a refusal leaves that process running
             CloseHandle(handle);

@@ -5,7 +5,7 @@
 
 #include "platform/platform.h"
 
-// Identifiers of the other processes that bear this process's file name, whatever their folder. Empty if this
+// Identifiers of the other processes that have this process's file name, whatever their folder. Empty if this
 // process's own name can't be read.
 std::vector<DWORD> OtherInstances();
 

@@ -50,7 +50,8 @@ ULONGLONG Ticks(const FILETIME& time)
     return ULONGLONG(time.dwHighDateTime) << 32 | time.dwLowDateTime;
 }
 
-// A time in the future means that the clock was set back. Such a claim counts for no longer than the others.
+// A time in the future means that the clock was set back. Its distance counts too, so that such a claim does
+// not last longer than the others.
 bool IsYoung(HANDLE claim)
 {
     FILETIME written = {};
@@ -87,7 +88,7 @@ bool ClaimStart(const std::string& launcherFolder)
         return true;
 
     // A refused start keeps the claim open until its process ends. So of two starts that find the claim of a
-    // crashed one, the second decides when the first is gone. Otherwise each could end for the other's sake.
+    // crashed one, the second decides after the first has ended. Otherwise each could see the other and end.
     if (found && IsYoung(claim) && OtherInstancesRun()) {
         refusedClaim = claim;
         return false;

@@ -12,8 +12,7 @@ extern std::string patchNotesUrl;
 // Prefix of the local copy of the file list, relative to the launcher's folder.
 extern const std::string parentPrefix;
 
-// Name of the temporary folders, before their number. The removal of what is not listed passes over every
-// path that holds it.
+// Name of the temporary folders, before their number. A path that contains it is never removed as unlisted.
 extern const std::string tempFolderStem;
 
 // Digest of the installed executable when the window opened; empty before that. If it differs at the end of

@@ -22,7 +22,7 @@ void RemoveTemporaryFolders()
         try {
             RemoveDirectoryTree(folder);
         } catch (...) {
-            // The folder stays and the relay takes another number; the next ones are tried all the same.
+            // The folder stays, and the relay takes another number. The next folders are still removed.
         }
     }
 }

@@ -7,5 +7,5 @@
 std::string TemporaryFolderName(int number);
 
 // Removes the folders numbered 1 to 10 below the current directory with all that they hold. What can't be
-// removed stays. Blocks; needs no QApplication; to be called before anything is copied.
+// removed stays. Blocks; needs no QApplication; call it before anything is copied.
 void RemoveTemporaryFolders();

@@ -21,12 +21,12 @@ struct Answer
     std::int64_t received = 0;   // after unpacking
 };
 
-// All but what was received, which only its reader has counted.
+// Reads everything but `received`, which the reader of the body counts.
 Answer ReadAnswer(QNetworkReply& reply);
 
 // What keeps a player from getting a file of the announced length, as words to stand after its path; empty if
 // nothing does. `headOnly`: no body was asked for.
 std::string FindFault(const Answer& answer, bool headOnly);
 
-// In the same way, why the launcher would not notice a transfer that breaks off.
+// In the same way, why the launcher would not notice that a transfer breaks off.
 std::string FindLostLength(const Answer& answer);

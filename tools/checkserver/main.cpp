@@ -23,8 +23,8 @@ launcher would, and compares their sizes and digests with the list.
   --help     show this text
   --version  show the version
 
-What a player would meet goes to standard output: one line for each finding,
-in the order of the list, and a summary. A server that sends no byte for 30
+Problems that a player would have go to standard output: one line each, in the
+order of the list, and a summary. A server that sends no byte for 30
 seconds ends the check. Exit code 0: all is as the list says; 1: something is
 wrong; 2: wrong usage.
 )";

@@ -24,7 +24,7 @@
 #include "helpers/wrapping.h"
 
 namespace {
-// At once, as many as the launcher has.
+// As many at once as in the launcher.
 constexpr std::size_t MaxRequests = 15;
 // A manager opens no more than six connections to a server.
 constexpr std::size_t ManagerCount = 3;
@@ -39,7 +39,7 @@ std::int64_t AddSize(std::int64_t sum, std::int32_t listedSize)
     return sum + static_cast<std::uint32_t>(listedSize);
 }
 
-// Leads to the same connections as no proxy at all, but makes Qt give their sockets a buffer. Without one it
+// Gives the same connections as no proxy at all, but makes Qt give their sockets a buffer. Without one Qt
 // reads the head of each answer byte by byte from the system, which takes half of the time for small files.
 class BufferedSockets : public QNetworkProxyFactory
 {
@@ -91,7 +91,7 @@ private:
     std::string ReadList(const std::string& type);
     void SendNextFile(Request& request);
     std::vector<std::string> JudgeFile(const Answer& answer, const Request& request) const;
-    // Says what there is to say of a file, once it was said of all before it.
+    // Says the findings about a file, after those about all files before it.
     void Settle(std::size_t place, std::vector<std::string> reasons);
     void SayAll(const std::pair<const std::size_t, std::vector<std::string>>& reasons);
     void Say(const std::string& path, const std::string& reason);
@@ -266,7 +266,7 @@ void Check::Look()
     for (Request& request : requests) {
         if (request.reply == nullptr)
             continue;
-        // Its end is no longer waited for.
+        // Nobody waits for its end any more.
         request.reply->disconnect(&loop);
         std::exchange(request.reply, nullptr)->deleteLater();
         if (result.files == 0)

@@ -14,11 +14,11 @@ struct Progress
     std::int64_t bytes = 0; // 0: no bytes to speak of, and the files alone count
 };
 
-// Whoever works for long calls it some times a second.
+// A long operation calls it some times a second.
 using ProgressFunction = std::function<void(const Progress& progress)>;
 
 // "120 / 3 000 files   4%   512.0 MB/s   1 min 20 s left" after so many seconds. The rate is the mean since
-// the start; it stands only where bytes count, and the time left only once something is done.
+// the start. It is left out where no bytes count, and the time left is left out until something is done.
 std::string ProgressText(const Progress& progress, double seconds);
 
 // Shows the text on standard error, if that is a terminal, and renews it a few times a second.

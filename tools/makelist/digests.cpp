@@ -68,7 +68,7 @@ FileDigest TakeDigest(const std::string& tree, const TreeFile& file, std::vector
 std::vector<FileDigest> TakeDigests(const std::string& tree, const std::vector<TreeFile>& files,
                                     unsigned threads, const ProgressFunction& progress)
 {
-    // The largest first, so that at the end no thread has a long one before it while the others have none.
+    // The largest first. Otherwise one thread could still read a large file after the others have finished.
     std::vector<std::size_t> order(files.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(),
@@ -91,7 +91,7 @@ std::vector<FileDigest> TakeDigests(const std::string& tree, const std::vector<T
     ChosenBlockFunction(); // found out once, before several threads want it
     std::vector<std::future<void>> workers;
     for (std::size_t count = std::min<std::size_t>(threads, files.size()); workers.size() < count;)
-        // Where the system gives no further thread, the work is done by get().
+        // If the system can't start another thread, get() does the work.
         workers.push_back(std::async(std::launch::async | std::launch::deferred, work));
     for (std::future<void>& worker : workers) {
         while (worker.wait_for(ProgressInterval) == std::future_status::timeout) {

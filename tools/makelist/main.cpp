@@ -23,7 +23,7 @@ Writes the list of the game tree TREE, the folder that holds "Game".
   --help     show this text
   --version  show the version
 
-What there is to say about the tree goes to standard error, one line each.
+Remarks about the tree go to standard error, one line each.
 Exit code 0: the list was written, warnings allowed; 1: there is no list, and
 the lines that begin with "make-list: error" say why; 2: wrong usage.
 )";
@@ -34,7 +34,7 @@ void Print(const char* kind, const std::vector<std::string>& remarks)
         std::fprintf(stderr, "make-list: %s: %s\n", kind, remark.c_str());
 }
 
-// Why the list can't be written to this file as far as can be seen before there is one, or nothing.
+// Why the list can't be written to this file, or nothing. Finds only what shows before there is a list.
 QString FindObstacle(const QString& path)
 {
     const QFileInfo file(path);
@@ -54,13 +54,13 @@ QString WriteToStandardOutput(const std::string& list)
 // The same for a file, which keeps its old content until the new one is on the disk.
 QString WriteToFile(const std::string& list, const QString& path)
 {
-    // An end between these lines would leave the unfinished file behind. They take but a moment.
+    // If the program ended between these lines, the unfinished file would stay. They take only a moment.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGTERM, SIG_IGN);
     QSaveFile file(path);
-    // With a buffer, commit() would not tell of a disk that is full when the buffer goes to it.
+    // With a buffer, commit() would not tell that the disk was full when the buffer was written.
     bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
-    // Where only a part finds room, the next call says why.
+    // If the disk has room for a part only, the next call says why.
     for (std::size_t at = 0; written && at < list.size();) {
         const qint64 count = file.write(list.data() + at, static_cast<qint64>(list.size() - at));
         written = count > 0;

@@ -28,7 +28,7 @@ std::set<std::string> DirectoriesAbove(const Paths& paths)
     return directories;
 }
 
-// Directories without a published file get no record, which has its consequences.
+// Warns of directories without a published file, since they get no record.
 void JudgeUnlistedDirectories(const std::set<std::string>& all, const std::set<std::string>& listed,
                               const std::set<std::string>& leftOutFiles, Remarks& remarks)
 {
@@ -80,7 +80,7 @@ std::string MakeList(std::string tree, Remarks& remarks, const ProgressFunction&
         JudgeLeftOut(file, remarks);
     JudgeUnlistedDirectories(found.directories, directories, found.leftOut, remarks);
     JudgeList(directories, files, totalSize, remarks);
-    // What is wrong already need not wait for the digests.
+    // With an error there will be no list, so no digests are needed.
     if (!remarks.errors.empty())
         return "";
 

@@ -1,5 +1,5 @@
-// What a published list cannot carry, and what about a tree will surprise its author. Nothing here touches
-// the disk.
+// What a published list cannot hold, and what in a tree may surprise its author.
+// Nothing here touches the disk.
 //
 // Paths are relative to the tree, with backslashes. A remark is one line: the path, then the reason. An error
 // makes the list useless or dangerous, a warning does not.
@@ -16,8 +16,7 @@ struct Remarks
     std::vector<std::string> warnings;
 };
 
-// True for a file that the launcher spares on the player's disk, and for the list itself: they are not
-// published.
+// True for files that are not published: the list itself, and those that the launcher spares.
 bool IsLeftOut(const std::string& path);
 
 // Warns of a file that is left out although its author may well mean to publish it.

@@ -45,8 +45,8 @@ std::string CantBeRead(const std::error_code& error)
     return "can't be read (" + error.message() + ")";
 }
 
-// Goes through one tree. It sees what the launcher's own walk passes over without a word: what is neither a
-// file nor a directory, and what can't be read.
+// Goes through one tree. Unlike the launcher's own walk, it reports what is neither a file nor a directory,
+// and what can't be read.
 struct Walk
 {
     const fs::path& output; // with links resolved, or empty
@@ -98,7 +98,7 @@ struct Walk
             found.leftOut.insert(path);
             if (unfinished)
                 remarks.warnings.push_back(
-                    Remark(path, "left out: what an ended run of make-list left behind"));
+                    Remark(path, "left out: an unfinished file of an earlier make-list"));
             return;
         }
         if (IsLeftOut(path)) {

@@ -17,9 +17,9 @@ struct FoundTree
     std::set<std::string> leftOut; // files that are not
 };
 
-// Goes through the tree below `root`, links followed, and remarks on what the launcher's own walk passes over
-// without a word: what is neither a file nor a directory, and what can't be read. A link to a folder above it
-// is an error. `output` is the file that the list will be written to, or empty: it is left out, and so is
-// what an ended run may have left of it. Gives an error if `root` itself can't be read.
+// Goes through the tree below `root`, links followed, and reports what the launcher's own walk skips
+// silently: what is neither a file nor a directory, and what can't be read. A link to a folder above it is an
+// error. `output` is the file that the list will be written to, or empty: it is left out, and so is what an
+// ended run may have left of it. Gives an error if `root` itself can't be read.
 std::error_code WalkTree(const std::filesystem::path& root, const std::string& output, FoundTree& found,
                          Remarks& remarks);

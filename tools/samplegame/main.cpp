@@ -1,4 +1,4 @@
-// The game of the sample tree: tells where it was started, stays visible for a moment and ends by itself.
+// The game of the sample tree. It notes where it was started, shows a window for a moment and ends.
 
 #include <QApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
 // What stands in for Qt's web engine where a build has none: its two classes by their own names, with the
-// operations that the window uses. Nothing is fetched; the address is offered as a link for the player's
-// browser.
+// operations that the window uses. Nothing is fetched.
+// The address is offered as a link for the player's browser.
 #pragma once
 
 #include <QLabel>

@@ -11,7 +11,8 @@
 #include <unistd.h>
 
 namespace {
-// The path as Windows writes it; or the room that it needs with the closing zero, if there is less.
+// Writes the path as Windows writes it, and gives its length. If there is too little room, writes nothing and
+// gives the size that it needs with the closing zero.
 DWORD GivePath(std::string path, DWORD size, LPSTR buffer)
 {
     std::replace(path.begin(), path.end(), '/', '\\');
@@ -41,8 +42,8 @@ std::vector<std::string> SystemFolders()
     return folders;
 }
 
-// On Windows the current directory can't be removed. Where it was, its last path is given. A folder whose
-// name holds a backslash can't be written as a Windows path, which is a failure.
+// On Windows the current directory can't be removed. Here it can, and then its last path is given. A folder
+// whose name holds a backslash can't be written as a Windows path, which is a failure.
 DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer)
 {
     static std::string lastPath;
@@ -112,7 +113,7 @@ BOOL FindNextFileA(HANDLE find, WIN32_FIND_DATAA* data)
         if (length >= sizeof(data->cFileName) || std::strchr(entry->d_name, '\\'))
             continue;
 
-        // Only where the listing does not say, or says that it is a link, the disk is asked.
+        // The disk is asked only if the listing gives no type, or that of a link.
         unsigned char type = entry->d_type;
         struct stat status;
         if ((type == DT_LNK || type == DT_UNKNOWN) && fstatat(dirfd(stream), entry->d_name, &status, 0) == 0)

@@ -112,7 +112,7 @@ DWORD GetFileAttributesA(LPCSTR path)
     return S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
 }
 
-// Windows fails for a directory, where open would not, and knows no FIFO that could keep it waiting.
+// Windows fails for a directory, and open does not. Windows has no FIFO, for which open could wait.
 errno_t fopen_s(std::FILE** file, LPCSTR path, LPCSTR mode)
 {
     *file = nullptr;

@@ -1,4 +1,4 @@
-// What the handles of files and processes point to on this side. CloseHandle closes and frees it.
+// What the handles of files and processes point to. CloseHandle closes and frees it.
 #pragma once
 
 #include <sys/types.h>
@@ -7,8 +7,8 @@
 
 struct OpenedObject
 {
-    // Of a process its folder, /proc/<process>: it stays with this process, and is empty and takes no signal
-    // once the process is gone, even if another one has got the number by then.
+    // For a process, its folder /proc/<process>. The open folder belongs to this very process. After the
+    // process has ended it is empty and takes no signal, even if another process has got the number.
     int descriptor;
     pid_t process; // 0 for a file
 };

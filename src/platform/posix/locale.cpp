@@ -7,9 +7,9 @@
 
 void FixTextConventions()
 {
-    // Qt turns file names into bytes with this one; by LANG=C every letter outside ASCII would become a "?".
+    // Qt turns file names into bytes with this one. With LANG=C a letter outside ASCII would become a "?".
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
-    // A decimal comma would change every "%f", an 8-bit code page what tolower takes for letters.
+    // A decimal comma would change every "%f". With an 8-bit code page tolower would change other bytes.
     std::setlocale(LC_ALL, "C");
-    std::setlocale(LC_CTYPE, "C.UTF-8"); // for what else asks for the code page; not on every system
+    std::setlocale(LC_CTYPE, "C.UTF-8"); // for others that ask for the code page; some systems lack it
 }

@@ -1,4 +1,4 @@
-// Where the system starts the program: on to the entry point that the program has on Windows.
+// The system's entry point. It calls the one that the program has on Windows.
 #include "platform/platform.h"
 
 int main()

@@ -1,4 +1,4 @@
-// Views of files, which serve to fetch their bytes in advance.
+// Views of files. They are used to fetch the bytes of a file in advance.
 #include "platform/posix/handle.h"
 
 #include <algorithm>
@@ -8,10 +8,10 @@
 #include <sys/mman.h>
 
 namespace {
-// The system cuts longer hints to the device's read-ahead, which is seldom less.
+// The system shortens longer hints to the device's read-ahead, which is rarely less than this.
 constexpr std::size_t HintPiece = 128 * 1024; // bytes
 
-// How far apart the pages are that tell whether the file is in memory already. A multiple of HintPiece.
+// The distance of the pages that tell whether the file is in memory already. A multiple of HintPiece.
 constexpr std::size_t LookStep = 1024 * 1024; // bytes
 
 // The sizes of the open views, which the system wants to know when one is closed.
@@ -38,7 +38,7 @@ HANDLE CreateFileMappingA(HANDLE file, void* /*security*/, DWORD /*protection*/,
     return descriptor < 0 ? nullptr : new OpenedObject{descriptor, 0};
 }
 
-// Windows fails if the view goes beyond the file's end. Here only touching it would.
+// Windows fails if the view goes beyond the file's end. Here only an access there fails.
 void* MapViewOfFile(HANDLE mapping, DWORD /*access*/, DWORD /*offsetHigh*/, DWORD /*offsetLow*/,
                     std::size_t size)
 {
@@ -65,7 +65,7 @@ HANDLE GetCurrentProcess()
     return reinterpret_cast<HANDLE>(-1);
 }
 
-// A hint costs time even if the bytes are in memory, so the first page of each megabyte is looked at before.
+// A hint costs time even if the bytes are in memory, so the first page of each megabyte is checked before.
 // The system answers "in memory" for files that this user could not write; these get no hint.
 BOOL PrefetchVirtualMemory(HANDLE /*process*/, ULONG_PTR count, WIN32_MEMORY_RANGE_ENTRY* ranges,
                            DWORD /*flags*/)

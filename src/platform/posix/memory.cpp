@@ -19,7 +19,7 @@ void* _aligned_malloc(std::size_t size, std::size_t alignment)
     if (posix_memalign(&block, alignment, size) != 0)
         return nullptr;
     if (size >= HugePage)
-        static_cast<void>(madvise(block, size, MADV_HUGEPAGE)); // only faster
+        static_cast<void>(madvise(block, size, MADV_HUGEPAGE)); // only for speed
     return block;
 }
 

@@ -18,8 +18,8 @@ namespace {
 constexpr char RemovedMark[] = " (deleted)";
 constexpr std::size_t MaxLink = 4096;
 
-// The path of the executable; empty if the process is gone or may not be read. `link` is relative to
-// `folder`.
+// The path of the executable; empty if the process is gone or may not be read.
+// `link` is relative to `folder`.
 std::string ExecutablePath(int folder, const std::string& link = "exe")
 {
     char path[MaxLink];
@@ -31,7 +31,7 @@ bool Signal(const OpenedObject& process, int signal)
 {
     if (syscall(SYS_pidfd_send_signal, process.descriptor, signal, nullptr, 0) == 0)
         return true;
-    // An old kernel, or one that forbids the call, knows signals by number only.
+    // An old kernel, or one that forbids the call, sends signals by process number only.
     return (errno == ENOSYS || errno == EPERM) && kill(process.process, signal) == 0;
 }
 } // namespace
@@ -92,7 +92,7 @@ BOOL EnumProcessModules(HANDLE process, HMODULE* modules, DWORD size, DWORD* nee
     return TRUE;
 }
 
-// Windows gives the name that the running file has on disk, which a running file keeps there.
+// Windows gives the file's name on disk. A running file can't be removed there.
 DWORD GetModuleBaseNameA(HANDLE process, HMODULE /*module*/, LPSTR name, DWORD size)
 {
     std::string path = ExecutablePath(static_cast<OpenedObject*>(process)->descriptor);
@@ -109,7 +109,7 @@ DWORD GetModuleBaseNameA(HANDLE process, HMODULE /*module*/, LPSTR name, DWORD s
     return static_cast<DWORD>(length);
 }
 
-// Windows ends the process without asking it. There is no exit code to give to a killed one.
+// Windows ends the process without asking it. A killed process has no exit code here.
 BOOL TerminateProcess(HANDLE process, UINT /*exitCode*/)
 {
     return Signal(*static_cast<OpenedObject*>(process), SIGKILL);

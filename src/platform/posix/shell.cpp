@@ -7,7 +7,7 @@
 #include <QString>
 
 namespace {
-// Below 33, as every failure. Windows tells more kinds apart; the program does not.
+// Failures are below 33. Windows has more of them, but the program treats all alike.
 constexpr ULONG_PTR FileNotFound = 2;
 constexpr ULONG_PTR AccessDenied = 5;
 constexpr ULONG_PTR Started = 33;

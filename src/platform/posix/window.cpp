@@ -37,7 +37,7 @@ int MessageBoxA(HWND /*owner*/, LPCSTR text, LPCSTR caption, UINT type)
     box.setIcon(type & MB_ICONERROR ? QMessageBox::Critical : QMessageBox::NoIcon);
     box.setStandardButtons(QMessageBox::Ok);
     box.exec();
-    return PressedOk; // also for a box that was closed otherwise
+    return PressedOk; // also if the box was closed in another way
 }
 
 // Never looked into.
