@@ -10,11 +10,9 @@
 int main(int argc, char**)
 {
     if (const char* report = std::getenv("TEST_CHILD_REPORT")) {
-        // Under its own name only when it is complete.
-        const std::filesystem::path part = std::filesystem::u8path(std::string(report) + ".part");
-        std::ofstream(part, std::ios::binary) << std::filesystem::current_path().u8string() << '\n'
-                                              << argc - 1 << " arguments";
-        std::filesystem::rename(part, std::filesystem::u8path(report));
+        std::ofstream(std::filesystem::u8path(report), std::ios::binary)
+            << std::filesystem::current_path().u8string() << '\n'
+            << argc - 1 << " arguments";
         return 0;
     }
     std::puts("running");

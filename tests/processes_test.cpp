@@ -34,7 +34,8 @@ private slots:
         QVERIFY(WriteTree(tree.Root(), {{"bin/", ""}, {game + "/", ""}}));
         for (const Row& row : rows) {
             const ChildProcess child(tree.Path(row.path));
-            QCOMPARE(ProcessName(child.Id()), row.path.substr(row.path.find('/') + 1));
+            QCOMPARE(ProcessName(static_cast<DWORD>(child.processId())),
+                     row.path.substr(row.path.find('/') + 1));
             QVERIFY2(IsGameProcessRunning(game) == row.isGame, row.what);
         }
         QVERIFY(!IsGameProcessRunning(game));
