@@ -26,16 +26,15 @@
 class WindowUnderTest
 {
 public:
-    // The folder is relative to the tree.
-    explicit WindowUnderTest(const std::string& folder = "Game/TessaloomLauncher/Release")
-        : launcherFolder(folder)
+    WindowUnderTest()
     {
         updateServerUrl = server.BaseUrl();
         fileListUrl = updateServerUrl + "List.txt";
         patchNotesUrl = "about:blank";
+        const std::string temporaryFolder = launcherFolder + "/" + tempFolderStem + "1/";
         WriteTree(tree.Root(),
-                  {{folder + "/" + "TessaloomLauncher.exe", "launcher"}, {TemporaryFolder() + "/", ""}});
-        QDir::setCurrent(tree.Path(TemporaryFolder()).c_str());
+                  {{launcherFolder + "/TessaloomLauncher.exe", "launcher"}, {temporaryFolder, ""}});
+        QDir::setCurrent(tree.Path(temporaryFolder).c_str());
         ResetCycleState();
         LauncherContext::Instance().closing = false;
     }
@@ -141,17 +140,11 @@ public:
             server.scripts[path].body = content;
     }
 
-    const std::string launcherFolder;
+    const std::string launcherFolder = "Game/TessaloomLauncher/Release";
     const QString startDirectory = QDir::currentPath();
     const TemporaryTree tree;
     ScriptedServer server;
     MainWindow* window = nullptr;
-
-private:
-    std::string TemporaryFolder() const
-    {
-        return launcherFolder + "/" + tempFolderStem + "1";
-    }
 };
 
 // What the window shows after a cycle, above its log.
