@@ -44,18 +44,6 @@ private slots:
         QVERIFY2(QDir::isAbsolutePath(NativePath(folder).c_str()), folder);
         QCOMPARE(GetTempPathA(length, folder), length + 1); // no room for the closing zero
     }
-
-    void aFolderCannotBeOpenedNorDeletedAsAFile()
-    {
-        const TemporaryTree tree;
-        QVERIFY(WriteTree(tree.Root(), Files({"folder/file"})));
-        const std::string folder = tree.WindowsRoot() + "\\folder";
-        std::FILE* file = nullptr;
-        QVERIFY(fopen_s(&file, folder.c_str(), "rt") != 0 && file == nullptr);
-        QVERIFY(!DeleteFileA(folder.c_str()) && !CreateDirectoryA(folder.c_str(), nullptr));
-        QVERIFY(GetFileAttributesA((folder + "\\").c_str()) & FILE_ATTRIBUTE_DIRECTORY);
-        QVERIFY(GetFileAttributesA((folder + "\\file\\").c_str()) == INVALID_FILE_ATTRIBUTES);
-    }
 };
 
 QTEST_GUILESS_MAIN(PlatformTest)
