@@ -44,11 +44,9 @@ private slots:
             bool stalls = false;
             const char* said; // of this path alone
         } rows[] = {
-            {.path = "b", .body = "CONTENT", .said = "other content: .+\n3/3"},
             {.path = "b", .sendOnly = 3, .said = "cut short: 3 of 7 bytes came\n3/3"},
             {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 2 s.+\n2/3"},
             {.path = "List.txt", .sendOnly = 0, .stalls = true, .said = "no answer for 2 s.+\n0/0"},
-            {.path = "List.txt", .body = "<html>", .said = "no list but something else.+\n0/0"},
             {.path = "List.txt", .body = ListOf("ab") + "F#c\n", .said = "an invalid list.+\n0/0"},
             {.path = "List.txt", .body = list.substr(list.find('F')), .said = "without its n.+\n3/3"},
         };
@@ -63,18 +61,6 @@ private slots:
             const QRegularExpression expected(QString("^%1: %2$").arg(row.path, row.said));
             QVERIFY2(expected.match(said).hasMatch(), qPrintable(said));
         }
-    }
-
-    // As the launcher has them; what came late is said in its place all the same.
-    void fifteenRequestsAtOnceAndFindingsInTheListsOrder()
-    {
-        ScriptedServer server;
-        server.fallback = {200, Content};
-        server.fallback.delay = 50;
-        server.scripts = {{"List.txt", {200, ListOf("abcdefghijklmnopqrst")}}, {"b", {404}}, {"c", {404}}};
-        server.scripts["b"].delay = 300;
-        QCOMPARE(Check(server), QString("b: missing (404 Scripted)\nc: missing (404 Scripted)\n20/20"));
-        QCOMPARE(server.mostAtOnce, 15);
     }
 };
 

@@ -6,7 +6,6 @@
 #include <QtTest>
 
 #include "digest/filedigest.h"
-#include "digest/readahead.h"
 #include "digest/sha256.h"
 #include "digest/sha256_blocks.h"
 #include "platform/platform.h"
@@ -117,26 +116,6 @@ private slots:
         QCOMPARE(FileSha256(path).c_str(),
                  "ec527a295f511b2d414490990dbc74a082d830e24d2eeb088cbc93f08e65e1f6");
         QVERIFY(digestBufferSize < length);
-    }
-
-    // Also where there is no file, or one that is shorter than the list says.
-    void hintsAreBoundedAndLeaveFilesFree()
-    {
-        const TemporaryTree tree;
-        constexpr std::int32_t MiB = 1024 * 1024;
-        const Tree files = {{"real", std::string(2 * MiB, 'r')}, {"short", "s"}, {"folder/", ""}};
-        QVERIFY(WriteTree(tree.Root(), files));
-        const std::vector<std::string> names = {"first", "real", "absent", "short", "folder"};
-        const std::vector<std::int32_t> sizes = {MiB, 2 * MiB, 28 * MiB, 30 * MiB, -1};
-
-        ReadAheadWindow window;
-        std::vector<std::int64_t> hintedMegabytes;
-        for (std::size_t current = 0; current < names.size(); ++current) {
-            ReadAhead(tree.WindowsRoot() + "\\", names, sizes, current, window);
-            hintedMegabytes.push_back(window.bytes / MiB);
-        }
-        QCOMPARE(hintedMegabytes, (std::vector<std::int64_t>{30, 28, 30, 32, 0}));
-        QVERIFY(DeleteFileA((tree.WindowsRoot() + "\\real").c_str()));
     }
 };
 
