@@ -14,24 +14,6 @@
 #include "support/temporarytree.h"
 #include "support/testmain.h"
 
-namespace {
-QStringList coloursSeen;
-bool windowWasVisible = false;
-
-// Qt calls this in the constructor of the application object.
-void LookAtTheApplicationAndQuit()
-{
-    QTimer::singleShot(100, qApp, [] {
-        const QPalette palette = QApplication::palette();
-        for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
-            coloursSeen += palette.color(group, QPalette::Button).name() + " and " +
-                           palette.color(group, QPalette::ButtonText).name();
-        windowWasVisible = LauncherContext::Instance().window->isVisible();
-        QCoreApplication::quit();
-    });
-}
-} // namespace
-
 class StartupTest : public QObject
 {
     Q_OBJECT
@@ -45,7 +27,19 @@ private slots:
         QVERIFY(WriteTree(tree.Root(), {{folder, ""}}) && QDir::setCurrent(tree.Path(folder).c_str()));
         fileListUrl = "http://127.0.0.1:1/";
         patchNotesUrl = "about:blank";
-        qAddPreRoutine(LookAtTheApplicationAndQuit);
+        static QStringList coloursSeen;
+        static bool windowWasVisible = false;
+        // Qt calls this in the constructor of the application object.
+        qAddPreRoutine([] {
+            QTimer::singleShot(100, qApp, [] {
+                const QPalette palette = QApplication::palette();
+                for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
+                    coloursSeen += palette.color(group, QPalette::Button).name() + " and " +
+                                   palette.color(group, QPalette::ButtonText).name();
+                windowWasVisible = LauncherContext::Instance().window->isVisible();
+                QCoreApplication::quit();
+            });
+        });
         LauncherContext& context = LauncherContext::Instance();
         RunApplication(context);
         QDir::setCurrent(start);
