@@ -20,7 +20,7 @@ struct SpeedMeter;
 enum class ListResult
 {
     Complete, // all passes ran to their end
-    Blocked,  // a change is needed while a game process runs; only the local list is gone
+    Blocked,  // a change is needed while a game process runs; only the local list was deleted
     Refused   // not acted on, and the cycle has ended with the reason in the log
 };
 

@@ -18,7 +18,7 @@ namespace {
 // How many transfers run at once.
 constexpr std::size_t MaxTransfers = 15;
 
-// A link whose target is gone. The new content would be written to where it points.
+// True for a link whose target does not exist. The new content would be written to where it points.
 bool LeadsNowhere(const std::string& path)
 {
     const QFileInfo file(QString::fromLocal8Bit(NativePath(path).c_str()));

@@ -14,7 +14,7 @@
 #include "startup/strings.h"
 
 namespace {
-// From here on a signed 32-bit counter goes wrong.
+// From here on a signed 32-bit counter is wrong.
 constexpr std::int64_t CounterLimit = std::int64_t(1) << 31;
 
 // The part of the path for which the launcher spares the file, or the empty text.
