@@ -16,7 +16,7 @@ give_up() {
     exit 1
 }
 
-# Ends with the script: the processes in `started`, and the folder `temporary`.
+# The processes in `started` and the folder `temporary` end with the script.
 started=()
 temporary=$(mktemp -d)
 clean_up() {
@@ -28,7 +28,7 @@ trap 'exit 130' INT TERM
 
 # Qt's web engine does not start as root with its sandbox.
 ((EUID != 0)) || export QTWEBENGINE_DISABLE_SANDBOX=1
-# Where Debian keeps nginx is not in everybody's path.
+# Debian keeps nginx in a folder that is not in everybody's path.
 PATH=$PATH:/usr/sbin
 
 # need_packages PACKAGE...: installs those of Debian's packages that are missing, as root or through sudo.

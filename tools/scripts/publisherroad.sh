@@ -1,7 +1,7 @@
 #!/bin/bash
-# publisherroad.sh MAKE_LIST CHECK_SERVER: the publisher's two programs as he uses them. Lists a tree over an older list,
-# through ends and full disks, then serves it by nginx, well and in the ways in which servers are set up wrongly.
-# The exit code is 0 only if every point held.
+# publisherroad.sh MAKE_LIST CHECK_SERVER: tries the publisher's two programs. Lists a tree over an older list, also when
+# the program is ended or the disk is full. Then nginx serves the tree, well and in the ways in which servers are set up
+# wrongly. The exit code is 0 only if every point held.
 set -euo pipefail
 script=$(readlink -f "$0")
 makeList=$(readlink -f "$1")

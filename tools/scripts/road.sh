@@ -44,8 +44,8 @@ make_published_tree() {
     printf 'Tessaloom, version 2\n' >"$published/readme.txt"
 }
 
-# Version 1, as the player has it: files missing, changed and left over, one folder that has to go, and a game that
-# is no program yet.
+# Version 1, as the player has it: files are missing, changed and left over, a folder is to be removed, and the game is
+# no program yet.
 make_installed_tree() {
     cp -a "$published/." "$tree"
     rm -f "$tree/List.txt"
@@ -69,18 +69,19 @@ start_server() {
     certutil -d "sql:$home/.pki/nssdb" -N --empty-password
     certutil -d "sql:$home/.pki/nssdb" -A -t "C,," -n "Tessaloom sample" -i "$server/certificate.pem"
     cp tools/sampleserver/{patchnotes.html,temporary.conf} "$server/"
-    sed "s/@RATE@/$1/; s/@HTTP_PORT@/$httpPort/; s/@HTTPS_PORT@/$httpsPort/" tools/sampleserver/nginx.conf.in >"$server/nginx.conf"
+    sed "s/@RATE@/$1/; s/@HTTP_PORT@/$httpPort/; s/@HTTPS_PORT@/$httpsPort/" \
+        tools/sampleserver/nginx.conf.in >"$server/nginx.conf"
     start_nginx "$server" "$httpPort" "$httpsPort"
 }
 
 # --- The tree and what was fetched for it ---
 
-# Whatever lies in one tree only is named. The temporary folders belong to the launcher, "started.txt" to the sample game.
+# Names what differs. The temporary folders belong to the launcher, "started.txt" to the sample game.
 tree_is_as_published() {
     diff -rq -x List.txt -x 'LAUNCHER_TEMP_EXE_FOLDER*' -x started.txt "$published" "$tree" | sed 's/^/         /'
 }
-# expect_requests LIST...: notes what the server should log: the list so many times, and once each file that the
-# installed tree lacks or has otherwise.
+# expect_requests LIST...: notes what the server should log: each LIST, and once each file that the installed tree lacks
+# or has with other content.
 expect_requests() {
     local file
     { printf '%s\n' "$@"; (cd "$published" && find Game readme.txt -type f); } | while IFS= read -r file; do
@@ -99,14 +100,14 @@ verify_update() {
 
 # --- Processes ---
 
-# start_launcher COMMAND...: starts the installed launcher as a player does, under a supervisor that notes the exit codes
-# of all that it leaves behind.
+# start_launcher COMMAND...: starts the installed launcher as a player does. A supervisor notes its exit code, and those
+# of all processes that it leaves running.
 start_launcher() {
     local supervisor=$PWD/tools/scripts/supervise.pl
     (cd "$release" && exec perl "$supervisor" "$report" "$@" >>"$sample/launcher.log" 2>&1 </dev/null) &
     started+=($!)
 }
-# "PID FOLDER" of every running temporary copy, as this system starts it or as Wine does.
+# "PID FOLDER" of every running temporary copy, under this system or under Wine.
 temporary_copies() {
     ps -ww -eo pid=,args= | tr '\\' / |
         sed -n "s|^ *\([0-9]*\) [\"Z:]*$release/\(LAUNCHER_TEMP_EXE_FOLDER[0-9]*\)/TessaloomLauncher.exe.*|\1 \2|p"
@@ -145,14 +146,14 @@ pixels() {
     convert "$picture" -crop 709x370+12+40 +repage -fuzz 4% -fill black +opaque "$1" -fill white -opaque "$1" \
         -colorspace gray -format '%[fx:int(mean*w*h)]' info:
 }
-# Pure white on a ground of its own, and neither the gold of the page nor the blue of the link.
+# The log has pure white on its own ground, and neither the gold of the page nor the blue of the link.
 log_is_visible() {
     take_picture
     (($(pixels white) > 500 && $(pixels '#191919') > 50000 && $(pixels '#ffd873') < 100 && $(pixels '#2a82da') < 100))
 }
 press() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
 has_its_size() { [[ $(identify -format '%wx%h' "$picture") == 733x451 ]]; }
-# The large file takes some seconds, so that the meter can be caught.
+# The large file takes some seconds, so that the picture shows the meter.
 files_arrive() { play_is_enabled || (($(grep -c ' /LatestVersion/' "$server/access.log") > 5)); }
 
 # --- The steps of the road ---
@@ -171,7 +172,7 @@ watch_update() {
     take_picture
     cp "$picture" "$pictures/downloading.png"
 }
-# verify_first_tab COMMAND: waits for the update's end. The command tells the patch notes on the picture.
+# verify_first_tab COMMAND: waits for the update's end. The command recognises the patch notes in the picture.
 verify_first_tab() {
     verify_within 120 "Play is enabled" play_is_enabled
     verify_within 30 "the patch notes are on the first tab" "$1"

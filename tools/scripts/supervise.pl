@@ -1,6 +1,6 @@
-# supervise.pl REPORT COMMAND...: runs the command and waits until it and everything that it left behind have ended.
-# Processes that lose their parent come to this one, also detached ones, so their real exit codes can be told: a line
-# "PID CODE" each is appended to REPORT (128 and more: killed by a signal). Perl, because every Debian has it.
+# supervise.pl REPORT COMMAND...: runs the command and waits until it and all that it left running have ended.
+# It becomes the parent of all processes that lose theirs, also of detached ones, and so learns their exit codes. It
+# appends a line "PID CODE" for each to REPORT (128 and more: killed by a signal). Perl, because every Debian has it.
 use strict;
 use warnings;
 
@@ -11,7 +11,7 @@ my $call = $prctl{$machine} or die "supervise.pl: don't know the number of prctl
 my $becomeSubreaper = 36;
 syscall($call, $becomeSubreaper, 1, 0, 0, 0) == 0 or die "supervise.pl: prctl: $!\n";
 
-# Asked to end, it asks all of them first.
+# When it is asked to end, it asks all of them first.
 my $ownChildren = "/proc/$$/task/$$/children";
 $SIG{TERM} = sub { kill('TERM', split(' ', `cat $ownChildren`)); exit(128 + 15) };
 

@@ -1,7 +1,6 @@
 # shellcheck shell=bash
-# The road of ./run with the program for Windows, under Wine, and what only an unattended run can try: the update
-# replaces the launcher itself, starts get in each other's way, files can't be replaced. Sourced by ./windows after
-# road.sh.
+# The road of ./run with the program for Windows, under Wine. It also tries what only an unattended run can: the update
+# replaces the launcher itself, two starts meet, files can't be replaced. ./windows sources it after road.sh.
 
 settings=$tree/$game/settings.ini
 textures=Game/Tessaloom/Textures/textures.pak
@@ -9,7 +8,7 @@ pattern="$tree/Game/Tessaloom/Patterns/Set 3/pattern 03.dat"
 
 # Nothing of this system's Qt or compiler is in reach: the relay and its copy find their libraries beside themselves.
 start_windows_launcher() { start_launcher wine64 ./TessaloomLauncher.exe; }
-# relative paths of what the relay copies
+# Relative paths of what the relay copies.
 program_files() { (cd "$1" && find . platforms -maxdepth 1 -type f ! -path './platforms/*' | sed 's|^\./||' | LC_ALL=C sort); }
 copy_is_complete() { diff "$sample/installed.files" <(program_files "$release/$launcherFolder") | sed 's/^/         /'; }
 only_one_launcher() { (($(temporary_copies | wc -l) == 1)); }
@@ -52,14 +51,14 @@ play_road() {
     local first second editor="$sample/Tessaloom Editor.exe" system32=$WINEPREFIX/drive_c/windows/system32 running list
     say "Sample game"
     make_published_tree
-    # The game needs libraries too; of version 1 there is only its text file.
+    # The game needs libraries too. In version 1 it is only a text file.
     cp -r "$published/Game/TessaloomLauncher/Release"/{*.dll,platforms} "$published/$game/"
-    # By the list maker for Windows, which finds its libraries in the current folder.
+    # The list maker for Windows finds its libraries in the current folder.
     list=$(wine_path "$published/List.txt")
     (cd "$published/$game" && wine64 "$build/make-list.exe" "$(wine_path "$published")" -o "$list") </dev/null \
         >"$sample/make-list.log" 2>&1 || give_up "make-list failed." "Look into $sample/make-list.log."
     make_installed_tree
-    # Another launcher and another library than those of version 2, that work all the same.
+    # The launcher and a library differ from version 2, and still work.
     printf 'of version 1' | tee -a "$release/libgcc_s_seh-1.dll" >>"$release/TessaloomLauncher.exe"
     cp "$release/libgcc_s_seh-1.dll" "$release/left over.dll"
     program_files "$release" >"$sample/installed.files"
@@ -124,7 +123,7 @@ play_road() {
     verify "with the only window" only_one_launcher
     verify "and the whole copy" copy_is_complete
 
-    # Whoever redirects into a file shares it with nobody. Nothing ever comes by the pipe.
+    # A redirection opens its file for itself alone. Nothing ever comes through the pipe, so it stays open.
     mkfifo "$temporary/keys"
     (cd "$tree/$game" && exec wine64 "$system32/cmd.exe" /c 'pause >>settings.ini' <>"$temporary/keys" >/dev/null 2>&1) &
     running=$!

@@ -1,6 +1,5 @@
 # shellcheck shell=bash
-# Wine of our own: its drive and its home lie below build/windows, so that a caller's own stays as it is. Sourced after
-# common.sh.
+# Wine with its own drive and home below build/windows: the caller's Wine stays as it is. Sourced after common.sh.
 windows=$PWD/build/windows
 
 # A path of this system as Wine knows it.
