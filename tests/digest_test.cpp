@@ -8,7 +8,6 @@
 #include "digest/filedigest.h"
 #include "digest/sha256.h"
 #include "digest/sha256_blocks.h"
-#include "platform/platform.h"
 #include "support/temporarytree.h"
 
 namespace {
