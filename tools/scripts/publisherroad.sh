@@ -110,61 +110,38 @@ EOF
 expect 0 "the same by heads alone, from the list's address" "$checkServer" $base/good/List.txt --quick <<EOF
 check-server: $base/good/: 6 files checked by length, all as the list says
 EOF
-expect 1 "a file that is missing" "$checkServer" $base/missing <<EOF
-Game\notes.txt: missing (404 Not Found)
-check-server: $base/missing/: 6 files checked, 1 finding
+# finding WHAT CASE SUMMARY FINDING [OPTION]: verifies what check-server finds in this case.
+finding() {
+    expect 1 "$1" "$checkServer" "$base/$2" "${@:5}" <<EOF
+$4
+check-server: $base/$2/: $3
 EOF
-expect 1 "the same by heads" "$checkServer" $base/missing --quick <<EOF
-Game\notes.txt: missing (404 Not Found)
-check-server: $base/missing/: 6 files checked by length, 1 finding
-EOF
-expect 1 "a file that has changed" "$checkServer" $base/changed <<EOF
-Game\notes.txt: other content: its digest is not that of the list
-check-server: $base/changed/: 6 files checked, 1 finding
-EOF
-expect 1 "a file that is truncated" "$checkServer" $base/truncated --quick <<EOF
-Game\notes.txt: other size: 100 bytes instead of 30000
-check-server: $base/truncated/: 6 files checked by length, 1 finding
-EOF
-expect 1 "a redirect" "$checkServer" $base/redirected <<EOF
-Game\notes.txt: redirected (301 Moved Permanently, to $base/good/Game/notes.txt): the launcher does not follow, and takes the page that comes instead for the file
-check-server: $base/redirected/: 6 files checked, 1 finding
-EOF
-expect 1 "a name that an address changes" "$checkServer" $base/garbled <<EOF
-Game\%41.txt: the launcher asks for "/garbled/Game/A.txt" instead: missing (404 Not Found)
-check-server: $base/garbled/: 7 files checked, 1 finding
-EOF
-expect 1 "a packed file" "$checkServer" $base/packed <<EOF
-Game\notes.txt: packed as gzip, so its length is lost: the launcher can't tell a broken transfer from a complete one
-check-server: $base/packed/: 6 files checked, 1 finding
-EOF
-expect 1 "a list in chunks" "$checkServer" $base/chunked <<EOF
-List.txt: sent in chunks, without its length: the launcher can't tell a broken transfer from a complete one
-check-server: $base/chunked/: 6 files checked, 1 finding
-EOF
-expect 1 "a list that ends where the connection does" "$checkServer" $base/unknown <<EOF
-List.txt: sent without its length: the launcher can't tell a broken transfer from a complete one
-check-server: $base/unknown/: 6 files checked, 1 finding
-EOF
-expect 1 "half a list" "$checkServer" $base/half <<EOF
-List.txt: an invalid list (it has 7 records and gives another number of them): every launcher refuses it
-check-server: $base/half/: no file checked, since there is no list to go by
-EOF
-expect 1 "no list" "$checkServer" $base/nowhere <<EOF
-List.txt: missing (404 Not Found)
-check-server: $base/nowhere/: no file checked, since there is no list to go by
-EOF
-expect 1 "another page" "$checkServer" $base/page <<EOF
-List.txt: no list but something else (text/html): every launcher refuses it
-check-server: $base/page/: no file checked, since there is no list to go by
-EOF
+}
+one="6 files checked, 1 finding"
+none="no file checked, since there is no list to go by"
+unseen="the launcher can't tell a broken transfer from a complete one"
+finding "a file that is missing" missing "$one" 'Game\notes.txt: missing (404 Not Found)'
+finding "the same by heads" missing "6 files checked by length, 1 finding" \
+    'Game\notes.txt: missing (404 Not Found)' --quick
+finding "a file that has changed" changed "$one" \
+    'Game\notes.txt: other content: its digest is not that of the list'
+finding "a file that is truncated" truncated "6 files checked by length, 1 finding" \
+    'Game\notes.txt: other size: 100 bytes instead of 30000' --quick
+finding "a redirect" redirected "$one" \
+    "Game\\notes.txt: redirected (301 Moved Permanently, to $base/good/Game/notes.txt): the launcher does not follow, and takes the page that comes instead for the file"
+finding "a name that an address changes" garbled "7 files checked, 1 finding" \
+    'Game\%41.txt: the launcher asks for "/garbled/Game/A.txt" instead: missing (404 Not Found)'
+finding "a packed file" packed "$one" "Game\\notes.txt: packed as gzip, so its length is lost: $unseen"
+finding "a list in chunks" chunked "$one" "List.txt: sent in chunks, without its length: $unseen"
+finding "a list that ends where the connection does" unknown "$one" "List.txt: sent without its length: $unseen"
+finding "half a list" half "$none" \
+    "List.txt: an invalid list (it has 7 records and gives another number of them): every launcher refuses it"
+finding "no list" nowhere "$none" "List.txt: missing (404 Not Found)"
+finding "another page" page "$none" "List.txt: no list but something else (text/html): every launcher refuses it"
 kill "${started[@]}"
 wait "${started[@]}" || true
 started=()
-expect 1 "no server" "$checkServer" $base/good <<EOF
-List.txt: no answer: Connection refused
-check-server: $base/good/: no file checked, since there is no list to go by
-EOF
+finding "no server" good "$none" "List.txt: no answer: Connection refused"
 
 # --- The command lines ---
 

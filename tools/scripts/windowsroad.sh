@@ -23,11 +23,11 @@ offers_play_offline() { play_is_enabled && ! offers_play; }
 settings_are_held() { ! wine64 cmd /c type "$(wine_path "$settings")" >/dev/null 2>&1 </dev/null; }
 is_unfinished() { [[ -e $pattern ]] && ! cmp -s "$published/$textures" "$tree/$textures"; }
 
-# Starts the launcher once more, and waits for its window to be the only one.
+# Starts the launcher once more, and waits for its window to be the only one. Sets `former` to the launcher before.
 restart_launcher() {
-    local older=$launcherPid
+    former=$launcherPid
     start_windows_launcher
-    wait_for 60 ended "$older" || true
+    wait_for 60 ended "$former" || true
     wait_for_play || true
 }
 # verify_start_mends WHAT
@@ -48,7 +48,7 @@ verify_settings_stay() {
 }
 
 play_road() {
-    local first second editor="$sample/Tessaloom Editor.exe" system32=$WINEPREFIX/drive_c/windows/system32 running list
+    local editor="$sample/Tessaloom Editor.exe" system32=$WINEPREFIX/drive_c/windows/system32 running list
     say "Sample game"
     make_published_tree
     # The game needs libraries too. In version 1 it is only a text file.
@@ -68,18 +68,16 @@ play_road() {
     say "Road"
     start_windows_launcher
     watch_update
-    first=$launcherPid
     verify "the temporary copy has the executable, its libraries and \"platforms\"" copy_is_complete
     # Wine's ShellExecute waits until the new program is idle, and Windows' does not: so the new launcher meets the old
     # one and ends it, and its exit code says nothing here.
-    verify_within 180 "the launcher fetched another version of itself, and has ended" ended "$first"
+    verify_within 180 "the launcher fetched another version of itself, and has ended" ended "$launcherPid"
     wait_for_play || give_up "The new launcher did not start." "Look into $sample/launcher.log."
     verify_first_tab link_is_visible
     verify_update
 
-    second=$launcherPid
     restart_launcher
-    verify "a second start ended the first window" ended "$second"
+    verify "a second start ended the first window" ended "$former"
     verify "and has the only one" only_one_launcher
     verify_second_tab
 
@@ -109,7 +107,6 @@ play_road() {
     wait_for_launcher
     wait_for 60 test -e "$pattern" || true
     kill -KILL "$launcherPid"
-    wait_for 20 ended "$launcherPid" || true
     verify "killed half-way, it leaves a part of the update" is_unfinished
     verify_start_mends "and the next start brings the rest"
 
