@@ -108,7 +108,8 @@ bool ParseFileList(const std::vector<std::string>& lines, ContentList& content, 
     const std::string records = std::to_string(content.directories.size() + content.fileNames.size());
     for (const std::string& count : counts) {
         if (!Equals(count, records))
-            return refuse("it has " + records + " records and gives another number of them");
+            return refuse("it has " + records + " records, and its line \"#" + RecordCountKey +
+                          "#\" gives another number");
     }
     return !content.fileNames.empty() || refuse("it names no file");
 }

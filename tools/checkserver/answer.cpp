@@ -37,7 +37,7 @@ std::string FindFault(const Answer& answer, bool headOnly)
     if (answer.status >= 300)
         return "redirected (" + StatusText(answer) +
                (answer.location.empty() ? "" : ", to " + answer.location) +
-               "): the launcher does not follow, and takes the page that comes instead for the file";
+               "): the launcher does not follow it, and writes the page that comes instead into the file";
     if (!headOnly && answer.received < answer.announced)
         return "cut short: " + std::to_string(answer.received) + " of " + std::to_string(answer.announced) +
                " bytes came";

@@ -195,7 +195,8 @@ std::string Check::ReadList(const std::string& type)
     const std::string count = std::string("#") + RecordCountKey + "#";
     if (std::none_of(lines.begin(), lines.end(),
                      [&](const std::string& line) { return line.compare(0, count.size(), count) == 0; }))
-        Say(ListFileName, "without its number of records: the launcher can take a part of it for all of it");
+        Say(ListFileName,
+            "without its number of records: the launcher can't tell a part of it from the complete list");
     return "";
 }
 

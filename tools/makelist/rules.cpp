@@ -55,8 +55,8 @@ void JudgeLeftOut(const std::string& path, Remarks& remarks)
     const std::string part = SparedFor(path);
     const std::string name = path.substr(static_cast<std::size_t>(LastBackslash(path) + 1));
     if (!part.empty() && !Equals(name, part) && !IsInTemporaryFolder(path))
-        remarks.warnings.push_back(Remark(
-            path, "left out, since the launcher takes a path that holds \"" + part + "\" for its own"));
+        remarks.warnings.push_back(
+            Remark(path, "left out, since the launcher spares every path that holds \"" + part + "\""));
 }
 
 void JudgeName(const std::string& path, Remarks& remarks)
@@ -84,14 +84,14 @@ void JudgeFile(const std::string& path, std::int64_t size, Remarks& remarks)
 {
     if (path.find_first_of("?%") != std::string::npos && !AddressKeepsPath(updateServerUrl, path))
         remarks.warnings.push_back(Remark(
-            path, "\"?\" or \"%\" is read otherwise in an address: the launcher asks for another file"));
+            path, "\"?\" or \"%\" means something else in an address: the launcher asks for another file"));
     if (!Contains(path, "."))
         remarks.warnings.push_back(
             Remark(path, "no dot in the whole path: a running game then stops every update"));
     if (Contains(path, ListFileName))
         remarks.warnings.push_back(Remark(path, "a path that holds \"List.txt\" is never fetched"));
     if (size >= CounterLimit)
-        remarks.warnings.push_back(Remark(path, "2 GiB or more: the launcher's amounts and bar go wrong"));
+        remarks.warnings.push_back(Remark(path, "2 GiB or more: the launcher's amounts and bar are wrong"));
 }
 
 void JudgeList(const std::set<std::string>& directories, const std::set<std::string>& files,
@@ -115,8 +115,7 @@ void JudgeList(const std::set<std::string>& directories, const std::set<std::str
     }
     if (totalSize >= CounterLimit)
         remarks.warnings.push_back(
-            "All files together have 2 GiB or more: whoever fetches them all sees wrong amounts and a wrong "
-            "bar");
+            "All files together have 2 GiB or more: a player who fetches them all sees wrong amounts");
     if (files.empty())
         remarks.errors.push_back("There is nothing to publish: the launcher refuses a list without a file");
 }

@@ -128,14 +128,14 @@ finding "a file that has changed" changed "$one" \
 finding "a file that is truncated" truncated "6 files checked by length, 1 finding" \
     'Game\notes.txt: other size: 100 bytes instead of 30000' --quick
 finding "a redirect" redirected "$one" \
-    "Game\\notes.txt: redirected (301 Moved Permanently, to $base/good/Game/notes.txt): the launcher does not follow, and takes the page that comes instead for the file"
+    "Game\\notes.txt: redirected (301 Moved Permanently, to $base/good/Game/notes.txt): the launcher does not follow it, and writes the page that comes instead into the file"
 finding "a name that an address changes" garbled "7 files checked, 1 finding" \
     'Game\%41.txt: the launcher asks for "/garbled/Game/A.txt" instead: missing (404 Not Found)'
 finding "a packed file" packed "$one" "Game\\notes.txt: packed as gzip, so its length is lost: $unseen"
 finding "a list in chunks" chunked "$one" "List.txt: sent in chunks, without its length: $unseen"
 finding "a list that ends where the connection does" unknown "$one" "List.txt: sent without its length: $unseen"
 finding "half a list" half "$none" \
-    "List.txt: an invalid list (it has 7 records and gives another number of them): every launcher refuses it"
+    'List.txt: an invalid list (it has 7 records, and its line "#records#" gives another number): every launcher refuses it'
 finding "no list" nowhere "$none" "List.txt: missing (404 Not Found)"
 finding "another page" page "$none" "List.txt: no list but something else (text/html): every launcher refuses it"
 kill "${started[@]}"
