@@ -32,6 +32,7 @@ void MainWindow::WorkOffQueue(const std::string& treeRoot)
     if (!fileQueue.empty())
         filesWereQueued = true;
 
+    const std::string prefix = treeRoot + "\\";
     while (transfers.size() < MaxTransfers) {
         if (fileQueue.empty()) {
             if (waitNoticePending && filesWereQueued)
@@ -41,7 +42,7 @@ void MainWindow::WorkOffQueue(const std::string& treeRoot)
         }
         const std::string entry = fileQueue.front();
         fileQueue.pop_front();
-        StartTransfer(updateServerUrl + entry, treeRoot + "\\" + entry);
+        StartTransfer(updateServerUrl + entry, prefix + entry);
     }
 
     if (fileQueue.empty() && transfers.empty())
@@ -82,7 +83,7 @@ void MainWindow::StartTransfer(std::string url, std::string localPath)
         transfer->setTransfer(url, localPath);
         transfer->download();
         transfers.push_back(transfer.get());
-        transfer.release();
+        static_cast<void>(transfer.release()); // `transfers` owns it now
     } catch (...) {
         Log("ERROR: Creating the web client went wrong!");
         // A file is skipped. Without the list the cycle can't go on.

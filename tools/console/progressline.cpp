@@ -1,6 +1,7 @@
 #include "console/progressline.h"
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 
 #include "helpers/numbers.h"
@@ -25,7 +26,7 @@ std::string Formatted(const char* format, double value)
 // "2 h 5 min", "3 min 20 s" or "20 s".
 std::string DurationText(double seconds)
 {
-    const auto whole = static_cast<std::int64_t>(seconds + 0.5);
+    const auto whole = std::llround(seconds);
     const auto text = [](std::int64_t number, const char* unit) {
         return std::to_string(number) + " " + unit;
     };

@@ -9,7 +9,6 @@
 #include "gametree/address.h"
 #include "gametree/layout.h"
 #include "gametree/listedpath.h"
-#include "helpers/paths.h"
 #include "helpers/text.h"
 #include "startup/strings.h"
 
@@ -34,6 +33,11 @@ bool IsInTemporaryFolder(const std::string& path)
            path[end] == '\\';
 }
 
+std::string LastName(const std::string& path)
+{
+    return path.substr(path.rfind('\\') + 1); // npos + 1 is 0
+}
+
 bool IsAscii(const std::string& text)
 {
     return std::all_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x80; });
@@ -53,7 +57,7 @@ bool IsLeftOut(const std::string& path)
 void JudgeLeftOut(const std::string& path, Remarks& remarks)
 {
     const std::string part = SparedFor(path);
-    const std::string name = path.substr(static_cast<std::size_t>(LastBackslash(path) + 1));
+    const std::string name = LastName(path);
     if (!part.empty() && !Equals(name, part) && !IsInTemporaryFolder(path))
         remarks.warnings.push_back(
             Remark(path, "left out, since the launcher spares every path that holds \"" + part + "\""));
@@ -61,7 +65,7 @@ void JudgeLeftOut(const std::string& path, Remarks& remarks)
 
 void JudgeName(const std::string& path, Remarks& remarks)
 {
-    const std::string name = path.substr(static_cast<std::size_t>(LastBackslash(path) + 1));
+    const std::string name = LastName(path);
     if (Contains(name, "#"))
         remarks.errors.push_back(Remark(path, "a name with \"#\", which separates the fields of a list"));
     if (HasControlCharacter(name))
@@ -114,8 +118,9 @@ void JudgeList(const std::set<std::string>& directories, const std::set<std::str
             remarks.warnings.push_back(Remark(program, "not in the tree: players who have it lose it"));
     }
     if (totalSize >= CounterLimit)
-        remarks.warnings.push_back(
+        remarks.warnings.emplace_back(
             "All files together have 2 GiB or more: a player who fetches them all sees wrong amounts");
     if (files.empty())
-        remarks.errors.push_back("There is nothing to publish: the launcher refuses a list without a file");
+        remarks.errors.emplace_back(
+            "There is nothing to publish: the launcher refuses a list without a file");
 }
