@@ -24,6 +24,8 @@
 #include <shellapi.h>
 #include <shobjidl.h>
 
+#include <QByteArray>
+
 // The path in the form that Qt and the standard library of this system take.
 inline std::string NativePath(const std::string& path)
 {
@@ -40,11 +42,8 @@ inline void ShareHeapAmongThreads() {}
 // page. Some may not exist, and some may be named twice.
 inline std::vector<std::string> SystemFolders()
 {
-    const auto variable = [](const char* name) {
-        char value[MAX_PATH];
-        const DWORD length = GetEnvironmentVariableA(name, value, sizeof(value));
-        return std::string(value, length < sizeof(value) ? length : 0);
-    };
+    // By way of Qt: Wine's own call cuts off what holds letters outside ASCII.
+    const auto variable = [](const char* name) { return qgetenv(name).toStdString(); };
     std::vector<std::string> folders = {variable("SystemRoot") + "\\Temp",
                                         variable("USERPROFILE") + "\\Saved Games"};
     for (const char* name : {"SystemRoot", "ProgramFiles", "ProgramFiles(x86)", "ProgramW6432", "ProgramData",
