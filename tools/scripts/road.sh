@@ -109,8 +109,15 @@ start_launcher() {
 }
 # "PID FOLDER" of every running temporary copy, under this system or under Wine.
 temporary_copies() {
-    ps -ww -eo pid=,args= | tr '\\' / |
-        sed -n "s|^ *\([0-9]*\) [\"Z:]*$release/\(LAUNCHER_TEMP_EXE_FOLDER[0-9]*\)/TessaloomLauncher.exe.*|\1 \2|p"
+    local pid program
+    # In another locale ps would print "?" for the letters outside ASCII.
+    LC_ALL=C.UTF-8 ps -ww -eo pid=,args= | tr '\\' / | while read -r pid program; do
+        program=${program#\"}
+        program=${program#Z:}
+        [[ $program == "$release"/LAUNCHER_TEMP_EXE_FOLDER*/TessaloomLauncher.exe* ]] || continue
+        program=${program#"$release/"}
+        echo "$pid ${program%%/*}"
+    done
 }
 launcherPid=none
 # Sets launcherPid and launcherFolder to a temporary copy other than the last one that was found.
