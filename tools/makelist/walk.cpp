@@ -30,16 +30,6 @@ bool IsUnfinishedOutput(const std::string& name, const std::string& outputName)
            madeUp.match(QString::fromStdString(name.substr(start.size()))).hasMatch();
 }
 
-// True for a link to a folder that holds it. The launcher would enter it again and again.
-bool LeadsUp(const fs::path& link)
-{
-    std::error_code error; // shows in an empty path
-    const fs::path target = fs::canonical(link, error);
-    const fs::path folder = fs::canonical(link.parent_path(), error);
-    return !target.empty() &&
-           std::mismatch(target.begin(), target.end(), folder.begin(), folder.end()).first == target.end();
-}
-
 std::string CantBeRead(const std::error_code& error)
 {
     return "can't be read (" + error.message() + ")";
@@ -52,17 +42,27 @@ struct Walk
     const fs::path& output; // with links resolved, or empty
     FoundTree& found;
     Remarks& remarks;
+    std::vector<fs::path> entered = {}; // the folders from the root down to the current one, links resolved
 
     // `relative` is empty or ends in a backslash.
     std::error_code Enter(const fs::path& folder, const std::string& relative)
     {
-        std::error_code error;
+        std::error_code error; // of this line, shows in an empty path
+        entered.push_back(fs::canonical(folder, error));
         fs::directory_iterator entry(folder, error);
         while (!error && entry != fs::directory_iterator()) {
             Visit(*entry, relative);
             entry.increment(error);
         }
+        entered.pop_back();
         return error;
+    }
+
+    // True for a link to a folder that is being walked. The launcher would enter it again and again.
+    bool HasEntered(const fs::path& link) const
+    {
+        std::error_code error; // shows in an empty path, which no folder has
+        return std::count(entered.begin(), entered.end(), fs::canonical(link, error)) > 0;
     }
 
     void Visit(const fs::directory_entry& entry, const std::string& relative)
@@ -73,7 +73,7 @@ struct Walk
         const fs::file_status status = entry.status(error);
         if (Contains(name, "\\")) {
             remarks.errors.push_back(Remark(path, "a name with \"\\\", which separates folders"));
-        } else if (fs::is_directory(status) && entry.is_symlink(error) && LeadsUp(entry.path())) {
+        } else if (fs::is_directory(status) && entry.is_symlink(error) && HasEntered(entry.path())) {
             remarks.errors.push_back(Remark(path, "a link to a folder above it: the tree has no end"));
         } else if (fs::is_directory(status)) {
             found.directories.insert(path);
