@@ -49,7 +49,8 @@ struct ContentList
 // file can't be read to its end.
 void ReadListLines(std::vector<std::string>& lines, const std::string& path);
 
-// The same for a list that comes from elsewhere; `text` delivers its bytes as they are.
+// Splits `text`, which delivers its bytes as they are, in the same way. Does not tell whether it was read to
+// its end.
 void SplitLines(std::istream& text, std::vector<std::string>& lines);
 
 // Appends the fields of `text` to `fields`: one more than there are delimiters. `delimiter` is not empty.

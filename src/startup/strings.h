@@ -12,7 +12,8 @@ extern std::string patchNotesUrl;
 // Prefix of the local copy of the file list, relative to the launcher's folder.
 extern const std::string parentPrefix;
 
-// Name of the temporary folders, before their number. A path that contains it is never removed as unlisted.
+// Name of the temporary folders, before their number. No file and no folder whose path contains it is
+// removed for itself; an unlisted folder above it is.
 extern const std::string tempFolderStem;
 
 // Digest of the installed executable when the window opened; empty before that. If it differs at the end of

@@ -60,7 +60,7 @@ void JudgeLeftOut(const std::string& path, Remarks& remarks)
     const std::string name = LastName(path);
     if (!part.empty() && !Equals(name, part) && !IsInTemporaryFolder(path))
         remarks.warnings.push_back(
-            Remark(path, "left out, since the launcher spares every path that holds \"" + part + "\""));
+            Remark(path, "left out, since the launcher deletes no file whose path holds \"" + part + "\""));
 }
 
 void JudgeName(const std::string& path, Remarks& remarks)
