@@ -58,6 +58,21 @@ private slots:
         COMPARE_ALL(test.GameTree(), after);
     }
 
+    // The window would hang otherwise.
+    void eventsAreProcessedDuringTheDeletions()
+    {
+        WindowUnderTest test;
+        test.OpenStill();
+        for (int i = 0; i < 100; ++i)
+            QVERIFY(WriteFile(test.tree.Path(std::to_string(i) + ".dat"), "unlisted"));
+        int rounds = 0;
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, [&] { ++rounds; });
+        timer.start(0);
+        QVERIFY(test.Process(WindowUnderTest::ListOf({})) == ListResult::Complete);
+        QVERIFY(rounds > 10); // one for ten files, and five for what is listed
+    }
+
     void onlyWhatDiffersIsQueued()
     {
         WindowUnderTest test;
@@ -243,7 +258,7 @@ private slots:
         test.window->updateTimer.start();
         QVERIFY(ProgramQuits());
         COMPARE_ALL(test.Shows().mid(0, 5), notConnected);
-        QCOMPARE(QDir::currentPath(), QDir(test.tree.Path("Game/TessaloomLauncher/Release").c_str()).path());
+        QCOMPARE(QDir::currentPath(), QDir(test.tree.Path(test.launcherFolder).c_str()).path());
     }
 
     void aChangedLauncherIsStartedAndThisOneQuits()
@@ -261,9 +276,8 @@ private slots:
         qunsetenv(ReportVariable);
         QCOMPARE(test.Shows().last(),
                  QString("Restarting launcher since the .exe file was updated: ") + LauncherFileName);
-        const QString folder =
-            QDir::toNativeSeparators(test.tree.Path("Game/TessaloomLauncher/Release").c_str());
-        QTRY_COMPARE(ReadFile(report).c_str(), qPrintable(folder + "\n0 arguments"));
+        const QString folder = QDir::toNativeSeparators(test.tree.Path(test.launcherFolder).c_str());
+        QTRY_COMPARE(QString(ReadFile(report).c_str()), folder + "\n0 arguments");
     }
 
     // The current directory is gone then, where a system lets it go.

@@ -177,7 +177,7 @@ private slots:
         QVERIFY(QTest::qWaitFor(PressPlay, 30000));
         QTRY_VERIFY(road->Launchers().empty());
         const QString game = QDir::toNativeSeparators(QDir(road->tree.Path(gameFolder).c_str()).path());
-        QTRY_COMPARE(ReadFile(road->said.Path("game")).c_str(), qPrintable(game + "\n0 arguments"));
+        QTRY_COMPARE(QString(ReadFile(road->said.Path("game")).c_str()), game + "\n0 arguments");
     }
 
     // As often as ROAD_ROUNDS says, else twice.
@@ -265,8 +265,8 @@ private slots:
             ChildProcess other(elsewhere.Path(row.bystander));
             QVERIFY(QDir().mkpath(road->tree.Path(row.folder).c_str()));
             const Tree before = TreeOf(road->tree.Root());
-            // The claim that the second row's start made: the next one would be refused as long as nobody
-            // presses the box.
+            // As the installed run leaves it. The copy in the wrong folder must remove it before it shows its
+            // box, or the next start is refused for as long as nobody presses the box.
             const std::string claim =
                 road->said.Path(LauncherFileName + ("-" + Sha256Of(road->tree.WindowsRoot() + "\\Game")));
             QVERIFY(WriteFile(claim, ""));

@@ -1,4 +1,4 @@
-// Presses what windows show. Here: other programs' by xdotool, this program's own by its widget.
+// Presses buttons in windows: those of other programs by xdotool, this program's own box through its widget.
 #pragma once
 
 #include <QApplication>
@@ -22,7 +22,8 @@ inline bool PressBox(const QString& title)
     return PressWindow(title, {"windowfocus", "--sync", "%1", "key", "--window", "0", "Return"});
 }
 
-// Title and text of the error box that this program shows, which closes at its next event; empty if none.
+// Title and text of the error box that this program shows; empty if there is none. The box closes at the next
+// event.
 inline QStringList CloseOwnBox()
 {
     auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());

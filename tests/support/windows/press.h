@@ -1,4 +1,4 @@
-// Presses what windows show. Here: by the messages that a click sends, to Windows' own boxes too.
+// Presses buttons in windows by the messages that a click sends, in Windows' own boxes too.
 #pragma once
 
 #include <QStringList>
@@ -31,11 +31,14 @@ inline bool PressBox(const QString& title)
     return box && PostMessageA(box, WM_COMMAND, IDOK, 0);
 }
 
-// Title and text of the error box that this program shows, which closes at its next event; empty if none.
+// Title and text of the error box that this program shows; empty if there is none. The box closes at the next
+// event.
 inline QStringList CloseOwnBox()
 {
     const HWND box = FindTitled("Error");
-    if (!box)
+    DWORD owner = 0;
+    GetWindowThreadProcessId(box, &owner);
+    if (owner != GetCurrentProcessId())
         return {};
     char title[100] = "", text[1000] = "";
     GetWindowTextA(box, title, sizeof(title));
