@@ -42,13 +42,20 @@ private slots:
             std::string body = Content;
             int sendOnly = -1;
             bool stalls = false;
+            int pieceSize = 0;
             const char* said; // of this path alone
         } rows[] = {
             {.path = "b", .sendOnly = 3, .said = "cut short: 3 of 7 bytes came\n3/3"},
+            {.path = "b",
+             .body = std::string(3000, 'x'),
+             .pieceSize = 1,
+             .said = "[^0]+ 3000 .+\n3/3"}, // 3 s
             {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 2 s.+\n2/3"},
             {.path = "List.txt", .sendOnly = 0, .stalls = true, .said = "no answer for 2 s.+\n0/0"},
             {.path = "List.txt", .body = ListOf("ab") + "F#c\n", .said = "an invalid list.+\n0/0"},
-            {.path = "List.txt", .body = list.substr(list.find('F')), .said = "without its n.+\n3/3"},
+            {.path = "List.txt",
+             .body = list.substr(list.find('F')) + "F#no List.txt#1#x",
+             .said = "without its n.+\nno List.txt: never.+\n4/4"},
         };
         for (const auto& row : rows) {
             ScriptedServer server;
@@ -57,6 +64,7 @@ private slots:
             Script& script = server.scripts[row.path] = {200, row.body};
             script.sendOnly = row.sendOnly;
             script.stalls = row.stalls;
+            script.pieceSize = row.pieceSize;
             const QString said = Check(server);
             const QRegularExpression expected(QString("^%1: %2$").arg(row.path, row.said));
             QVERIFY2(expected.match(said).hasMatch(), qPrintable(said));

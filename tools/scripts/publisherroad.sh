@@ -58,6 +58,10 @@ expect 0 "where the disk is full, the old list stays" list_into_a_full_disk <<'E
 make-list: error: out.txt: File too large
 old list
 EOF
+list_to_full_device() { "$makeList" tree 2>&1 >/dev/full | grep error && return "${PIPESTATUS[0]}"; }
+expect 1 "where standard output is full, this is an error" list_to_full_device <<'EOF'
+make-list: error: standard output: the list could not be written in full
+EOF
 broken=0
 left=0
 for round in {1..30}; do
@@ -165,6 +169,9 @@ $makeList tree -o nowhere/list.txt
 $makeList nowhere
 $makeList --help
 $checkServer --version
+EOF
+expect 2 "an unset variable for a tree is wrong usage" "$makeList" "" <<'EOF'
+Usage: make-list TREE [-o FILE]
 EOF
 verify "exit codes tell wrong usage from a tree that can't be listed" test "$codes" = "2 2 2 2 2 2 2 1 1 1 0 0 "
 
