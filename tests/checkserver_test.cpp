@@ -51,7 +51,6 @@ private slots:
              .pieceSize = 1,
              .said = "[^0]+ 3000 .+\n3/3"}, // 3 s
             {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 2 s.+\n2/3"},
-            {.path = "List.txt", .sendOnly = 0, .stalls = true, .said = "no answer for 2 s.+\n0/0"},
             {.path = "List.txt", .body = ListOf("ab") + "F#c\n", .said = "an invalid list.+\n0/0"},
             {.path = "List.txt",
              .body = list.substr(list.find('F')) + "F#no List.txt#1#x",

@@ -21,13 +21,10 @@ private slots:
         QCOMPARE(ToLower(text).c_str(), "az[\xE5\xE4\xF6\xC9\xDC"); // other letters outside ASCII stay
         QCOMPARE(StripPathComponents("C:/a\\b\\c", 3).c_str(), "C:");
         QCOMPARE(StripPathComponents("C:\\a\\b\\", 1).c_str(), "C:\\a\\b");
-        QCOMPARE(StripPathComponents("C:\\a\\b/", 0).c_str(), "C:\\a\\b");
         QCOMPARE(StripPathComponents("a\\b", 2).c_str(), ""); // too few separators
         QCOMPARE(IntText(INT32_MIN).c_str(), "-2147483648");
         QCOMPARE(FloatText(100.0f).c_str(), "100");
         QCOMPARE(FloatText(FLT_MAX).c_str(), "34028234663852885981170418348"); // cut after 29 characters
-        QCOMPARE(PercentText(0.9999).c_str(), "99");
-        QCOMPARE(GroupDigits("1234567").c_str(), "1 234 567");
     }
 };
 

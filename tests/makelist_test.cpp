@@ -35,7 +35,6 @@ private slots:
         const std::pair<const char*, QString> rows[] = {
             {"Game\\a b+c (1).map", ""},
             {"100% wool\\%41.txt", ""}, // one loose percent sign, and Qt escapes them all
-            {"Game\\data", "no dot"},
             {"50%25.txt", "in an address"},
             {"what?.txt", "can't hold.*\n.*in an address"},
             {"a#b.txt", "!.*separates"},

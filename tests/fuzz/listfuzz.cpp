@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <random>
 #include <sstream>
 
 #include "gametree/filelist.h"
@@ -28,14 +25,9 @@ bool Stays(std::string path)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const std::string path =
-        (std::filesystem::temp_directory_path() / ("list" + std::to_string(std::random_device()()))).string();
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    std::istringstream text(std::string(reinterpret_cast<const char*>(data), size));
     std::vector<std::string> lines;
-    ReadListLines(lines, path);
-    std::filesystem::remove(path);
-
+    SplitLines(text, lines);
     ContentList content;
     if (!ParseFileList(lines, content))
         return 0;
