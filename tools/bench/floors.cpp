@@ -141,6 +141,7 @@ int Transfers(const std::string& url, const std::string& listed, const std::stri
         waiting.push_back(line);
 
     std::vector<Transfer> running;
+    WarmMemory();
     const Measurement measurement;
     do {
         for (std::size_t i = running.size(); i-- > 0;) {

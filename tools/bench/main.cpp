@@ -70,9 +70,6 @@ void Settle(double seconds)
 
 // The window in an installed tree, which stands as after a start of its temporary copy. It has been painted,
 // and the cycle has not begun.
-//
-// A virtual machine gives memory that nobody has used for two seconds back to its host, and taking it again
-// costs more than what is measured here. So no measurement waits that long before it begins.
 MainWindow& Open(const std::string& root)
 {
     SetCurrentDirectoryA((root + "/Game/TessaloomLauncher/Release/" + tempFolderStem + "1").c_str());
@@ -89,6 +86,7 @@ int Start(const std::string& root)
 {
     Open(root);
     updateState = UpdateState::Idle;
+    WarmMemory();
     {
         const Measurement measurement;
         while (updateState < UpdateState::UpToDate)

@@ -30,6 +30,19 @@ inline void Print(const char* name, double value)
     std::printf("%s %.4f\n", name, value);
 }
 
+// A virtual machine gives free memory back to its host, and takes long to get it again. After this call there
+// is a GiB that has just been used, and the process holds none of it.
+inline void WarmMemory()
+{
+    const char name[] = "warm memory";
+    std::ofstream file(name, std::ios::binary);
+    const std::string piece(1024 * 1024, 'w');
+    for (int i = 0; i < 1024; ++i)
+        file << piece;
+    file.close();
+    std::remove(name);
+}
+
 // Prints at its end the seconds of wall time and of processor time that have passed since it was made, and
 // the process's peak memory.
 struct Measurement
