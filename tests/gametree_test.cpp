@@ -114,9 +114,9 @@ private slots:
         if (IsWindows)
             QSKIP("Wine has no links.");
 
-        const std::string own =
-            "/hömes/ada/.local/share/" + QCoreApplication::applicationName().toStdString();
-        for (const std::string folder : {"/hömes/ada/Documents/Games", "/hömes/ad", own.c_str()})
+        const std::string own = "/hömes/ada/.local/share/" + qApp->applicationName().toStdString();
+        for (const std::string folder :
+             {"/hömes/ada/Documents/Games", "/hömes/ada/Downloads", "/hömes/ad", own.c_str()})
             QVERIFY(QDir().mkpath((tree.Root() + folder).c_str()));
         QVERIFY(QFile::link("hömes", tree.Path("link to homes").c_str()));
         QVERIFY(QFile::link("hömes/ada/Documents/Games", tree.Path("link to games").c_str()));
@@ -124,8 +124,8 @@ private slots:
         qputenv("HOME", tree.Path("link to homes/ada").c_str());
         QStringList safe;
         for (const std::string folder :
-             {"", "/hömes", "/hömes/ada", "/hömes/ada/Documents", "/link to homes", "/hömes/ad",
-              "/hömes/ada/Documents/Games", "/link to games", own.c_str()}) {
+             {"", "/hömes", "/hömes/ada", "/hömes/ada/Documents", "/hömes/ada/Downloads", "/link to homes",
+              "/hömes/ad", "/hömes/ada/Documents/Games", "/link to games", own.c_str()}) {
             if (IsSafeTreeRoot(tree.WindowsRoot() + folder))
                 safe += folder.c_str();
         }

@@ -1,9 +1,10 @@
 // The publisher's list maker: what it says about names, the list of a real tree, and a tree that changes
 // meanwhile.
-#include <QtTest>
+#include <QRegularExpression>
 
 #include "makelist/makelist.h"
 #include "support/temporarytree.h"
+#include "support/testmain.h"
 
 namespace {
 // Errors with a "!" in front, then warnings, a line each.
@@ -68,16 +69,22 @@ private slots:
                                         {"Game/empty/", ""},
                                         {"Game/logs/engineLog.txt", "log"},
                                         {"Game/unins000.dat.old", "kept"}}));
+        for (const char* link : {"Game/link1", "Game/link2"}) // to the same folder, not into each other
+            QVERIFY(IsWindows || QFile::link("logs", tree.Path(link).c_str())); // Wine has no links
         const std::string output = tree.Path("new.lst");
         Remarks remarks;
         const std::string list = MakeList(tree.Root() + "/", remarks, NoProgress, output, 1);
         const QRegularExpression said(
             "^new.lst.aB3xYz: left out.+\nGame.unins000.dat.old: left out.+\nGame.empty: "
-            ".+\nGame.logs: .+\n.+Launcher.exe: .+\n.+Tessaloom.exe: .+\n$");
+            ".+\n(Game.link1: .+\nGame.link2: .+\n)?Game.logs: .+\n.+Launcher.exe: .+\n.+Tessaloom.exe: "
+            ".+\n$");
         QVERIFY2(said.match(Said(remarks)).hasMatch(), qPrintable(Said(remarks)));
         QCOMPARE(list, "#records#5\nD#Game\nD#Game\\a+b\n" + FileRecord("Game\\a+b\\new.lst", "another") +
                            FileRecord("Game\\a+b\\z.dat", large) + FileRecord("b.txt", "content"));
         QCOMPARE(MakeList(tree.Root(), remarks, NoProgress, output, 3), list);
+
+        QVERIFY(WriteFile(tree.Path("folder#/file"), "")); // which a list can't name
+        QCOMPARE(MakeList(tree.Root(), remarks, NoProgress, output, 1), "");
     }
 
     // Its list would name content that no file has.

@@ -52,7 +52,7 @@ private slots:
     void aYoungClaimRefusesAStartWhileAnotherInstanceRuns()
     {
         const TemporaryTree tree, temporary;
-        const ChildProcess other(tree.Path(ProcessName(GetCurrentProcessId())));
+        ChildProcess other(tree.Path(ProcessName(GetCurrentProcessId())));
         for (const char* variable : {"TMPDIR", "TMP"})
             qputenv(variable, temporary.Root().c_str());
         const std::string launcherFolder = temporary.WindowsRoot();
@@ -69,6 +69,8 @@ private slots:
             QCOMPARE(ClaimStart(launcherFolder), starts);
             QCOMPARE(qAbs(QFileInfo(claim).lastModified().secsTo(now)) < 20, starts);
         }
+        const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(other.processId()));
+        QVERIFY(TerminateProcess(handle, 0) && other.waitForFinished(5000));
         // The refused start keeps the claim from other processes.
         QVERIFY(CreateFileA(claim.fileName().toUtf8(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_DELETE,
                             nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr) == INVALID_HANDLE_VALUE);

@@ -10,6 +10,11 @@
 namespace {
 const QString notConnectedLine = "Failed to connect to the server";
 const QStringList missing = {"File not found on server", "ContentNotFoundError", notConnectedLine};
+
+QStringList Failed(const QString& error)
+{
+    return {error, notConnectedLine};
+}
 } // namespace
 
 class TransfersTest : public QObject
@@ -69,23 +74,15 @@ private slots:
         Script none(204, "F#readme.txt#1#0\n"); // a status that Qt takes for an end without a body
         none.sendOnly = 0;
         const Row rows[] = {
-            {"closed port",
-             "http://127.0.0.1:1/",
-             {},
-             notConnected,
-             {"ConnectionRefusedError", notConnectedLine}},
-            {"unknown host", "http://name.invalid/", {}, unknownHost, {noHost, notConnectedLine}},
+            {"closed port", "http://127.0.0.1:1/", {}, notConnected, Failed("ConnectionRefusedError")},
+            {"unknown host", "http://name.invalid/", {}, unknownHost, Failed(noHost)},
             {"no such file", "", {404}, notConnected, missing},
-            {"not for everybody", "", {403}, notConnected, {"ContentAccessDenied", notConnectedLine}},
-            {"a method refused",
-             "",
-             {405},
-             notConnected,
-             {"ContentOperationNotPermittedError", notConnectedLine}},
+            {"not for everybody", "", {403}, notConnected, Failed("ContentAccessDenied")},
+            {"a method refused", "", {405}, notConnected, Failed("ContentOperationNotPermittedError")},
             {"an error that has no line", "", {503}, notConnected, {notConnectedLine}},
-            {"no HTTP", "", {0}, notConnected, {"RemoteHostClosedError", notConnectedLine}},
-            {"a body that breaks off", "", half, notConnected, {"RemoteHostClosedError", notConnectedLine}},
-            {"a body that never came", "", none, notConnected, {"RemoteHostClosedError", notConnectedLine}},
+            {"no HTTP", "", {0}, notConnected, Failed("RemoteHostClosedError")},
+            {"a body that breaks off", "", half, notConnected, Failed("RemoteHostClosedError")},
+            {"a body that never came", "", none, notConnected, Failed("RemoteHostClosedError")},
             {"a foreign page", "", {200, "<p>\n#F#Wi-Fi#"}, invalid, twoLines + refused},
             {"nothing at all", "", {200, ""}, invalid, refused},
         };

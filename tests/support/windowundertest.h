@@ -96,11 +96,10 @@ public:
                              (ui.ProgressBar->isHidden() ? "no bar, at " : "bar, at ") +
                                  QString::number(ui.ProgressBar->value()),
                              ui.WebView->isHidden() ? "no patch notes" : "patch notes"};
-        const int fixed = lines.size();
+        const int fixed = lines.size(), stampLength = 11;
         window->FlushLog(true);
         for (QString line : window->logModel->stringList())
-            lines.insert(fixed,
-                         line.mid(11).replace(tree.WindowsRoot().c_str(), "ROOT")); // a stamp has 11 letters
+            lines.insert(fixed, line.remove(0, stampLength).replace(tree.WindowsRoot().c_str(), "ROOT"));
         return lines;
     }
     // What the tree holds besides the launcher's own folder and the folders above it.
