@@ -36,9 +36,12 @@ private slots:
     void oneBadAnswerAmongGoodOnes()
     {
         const std::string list = ListOf("abc");
+        const std::string chunk =
+            "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nF#\r\n"; // of more
         const struct
         {
             const char* path;
+            int status = 200;
             std::string body = Content;
             int sendOnly = -1;
             bool stalls = false;
@@ -49,6 +52,7 @@ private slots:
             // Comes within 3 s, and never pauses for 2.
             {.path = "b", .body = std::string(3000, 'x'), .pieceSize = 1, .said = "[^0]+ 3000 .+\n3/3"},
             {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 2 s.+\n2/3"},
+            {.path = "List.txt", .status = 0, .body = chunk, .said = "broken off.+\n0/0"},
             {.path = "List.txt", .body = ListOf("ab") + "F#c\n", .said = "an invalid list.+\n0/0"},
             {.path = "List.txt",
              .body = ListOf("abcdefghijklmnop").substr(12) + "F#no List.txt#1#x",
@@ -58,7 +62,7 @@ private slots:
             ScriptedServer server;
             server.fallback = {200, Content};
             server.scripts["List.txt"] = {200, list};
-            Script& script = server.scripts[row.path] = {200, row.body};
+            Script& script = server.scripts[row.path] = {row.status, row.body};
             script.sendOnly = row.sendOnly;
             script.stalls = row.stalls;
             script.pieceSize = row.pieceSize;

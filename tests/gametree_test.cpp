@@ -1,7 +1,4 @@
 // The published list's reader, and the two judges that keep an update inside its tree.
-#include <QDir>
-#include <QFile>
-
 #include "gametree/filelist.h"
 #include "gametree/listedpath.h"
 #include "gametree/treeroot.h"

@@ -1,6 +1,5 @@
 // The calls of the platform layer, judged by what the Windows calls promise, so that the same program judges
 // both sides. Only what neither the update cycle nor the end-to-end test would notice.
-#include <QDir>
 
 #include "platform/platform.h"
 #include "support/temporarytree.h"
@@ -43,6 +42,14 @@ private slots:
         const DWORD length = GetTempPathA(sizeof(folder), folder);
         QVERIFY2(QDir::isAbsolutePath(NativePath(folder).c_str()), folder);
         QCOMPARE(GetTempPathA(length, folder), length + 1); // no room for the closing zero
+    }
+
+    void aCurrentFolderThatReadsAsAnotherIsNotTold()
+    {
+        const TemporaryTree tree;
+        const QString folder = tree.Path("one\\folder").c_str();
+        QVERIFY(QDir().mkpath(folder) && QDir::setCurrent(folder));
+        QVERIFY(IsWindows || GetCurrentDirectoryA(0, nullptr) == 0);
     }
 };
 

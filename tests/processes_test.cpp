@@ -32,6 +32,7 @@ private slots:
             {"another program in a folder of the game's name", game + "/other.exe", false},
         };
         QVERIFY(WriteTree(tree.Root(), {{"bin/", ""}, {game + "/", ""}}));
+        const unsigned openFiles = OpenFiles();
         for (const Row& row : rows) {
             const ChildProcess child(tree.Path(row.path));
             QCOMPARE(ProcessName(static_cast<DWORD>(child.processId())),
@@ -39,6 +40,7 @@ private slots:
             QVERIFY2(IsGameProcessRunning(game) == row.isGame, row.what);
         }
         QVERIFY(!IsGameProcessRunning(game));
+        QCOMPARE(OpenFiles(), openFiles);
     }
 
     void aGameIsFoundAfterManyOtherProcesses()

@@ -2,8 +2,6 @@
 // taskbar has a score of further operations that a double would have to have.
 #include <cmath>
 
-#include <QScreen>
-
 #include "mainwindow/speedmeter.h"
 #include "qtdownload/qtdownload.h"
 #include "support/testmain.h"

@@ -7,10 +7,6 @@
 #include <memory>
 #include <random>
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QDirIterator>
-
 #include "gametree/layout.h"
 #include "press.h"
 #include "processes/gameprocess.h"

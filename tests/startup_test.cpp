@@ -1,8 +1,5 @@
 // How a start is claimed, and how the application opens. The rest of a start is seen on the whole road.
-#include <QApplication>
-#include <QDateTime>
-#include <QDir>
-#include <QTimer>
+#include <QtWidgets>
 
 #include "mainwindow/mainwindow.h"
 #include "processes/processname.h"

@@ -1,6 +1,5 @@
 // Transfers that work and that fail: what the player is left with, and that nothing is lost.
 #include <QNetworkAccessManager>
-#include <QProcess>
 
 #include "mainwindow/speedmeter.h"
 #include "qtdownload/qtdownload.h"

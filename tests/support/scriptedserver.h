@@ -5,10 +5,7 @@
 #include <map>
 #include <string>
 
-#include <QStringList>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTimer>
+#include <QtNetwork>
 
 // What the server does with a GET of one path.
 struct Script

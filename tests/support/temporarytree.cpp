@@ -2,10 +2,7 @@
 
 #include <algorithm>
 
-#include <QCryptographicHash>
-#include <QDir>
-#include <QDirIterator>
-#include <QFile>
+#include <QtCore>
 
 Tree TreeOf(const std::string& folder)
 {

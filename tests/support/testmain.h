@@ -1,7 +1,7 @@
 // What every test program needs.
 #pragma once
 
-#include <QTest>
+#include <QtTest>
 
 #include "platform/platform.h"
 
@@ -10,3 +10,9 @@ Q_COREAPP_STARTUP_FUNCTION(FixTextConventions)
 
 // Some things exist on one kind of system only, such as pipes.
 inline const bool IsWindows = QSysInfo::kernelType() == "winnt";
+
+// How many files this process holds open; 0 on Windows, which does not show it.
+inline unsigned OpenFiles()
+{
+    return QDir("/proc/self/fd").count();
+}

@@ -3,13 +3,8 @@
 
 #include <string>
 
-#include <QDeadlineTimer>
-#include <QDir>
-#include <QLabel>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QStringListModel>
 #include <QTest>
+#include <QtWidgets>
 #include <QWebEngineView>
 
 #include "form/mainwindowform.h"

@@ -138,6 +138,8 @@ finding "a redirect" redirected "$one" \
 finding "a name that an address changes" garbled "7 files checked, 1 finding" \
     'Game\%41.txt: the launcher asks for "/garbled/Game/A.txt" instead: missing (404 Not Found)'
 finding "a packed file" packed "$one" "Game\\notes.txt: packed as gzip, so its length is lost: $unseen"
+finding "the same by heads" packed "6 files checked by length, 1 finding" \
+    "Game\\notes.txt: packed as gzip, so its length is lost: $unseen" --quick
 finding "a list in chunks" chunked "$one" "List.txt: sent in chunks, without its length: $unseen"
 finding "a list that ends where the connection does" unknown "$one" "List.txt: sent without its length: $unseen"
 finding "half a list" half "$none" \
@@ -163,6 +165,7 @@ $makeList tree -o
 $checkServer
 $checkServer host
 $checkServer ftp://host/
+$checkServer https://127.0.0.1:1/
 $checkServer http://host/?a
 $makeList tree -o tree
 $makeList tree -o nowhere/list.txt
@@ -173,6 +176,10 @@ EOF
 expect 2 "an unset variable for a tree is wrong usage" "$makeList" "" <<'EOF'
 Usage: make-list TREE [-o FILE]
 EOF
-verify "exit codes tell wrong usage from a tree that can't be listed" test "$codes" = "2 2 2 2 2 2 2 1 1 1 0 0 "
+expect 2 "and one for the list" "$makeList" tree -o "" <<'EOF'
+make-list: The name of FILE is empty
+Usage: make-list TREE [-o FILE]
+EOF
+verify "exit codes tell wrong usage from a tree that can't be listed" test "$codes" = "2 2 2 2 2 2 1 2 1 1 1 0 0 "
 
 finish
