@@ -186,10 +186,11 @@ private slots:
             const char* status; // at which the player closes the window
             const char* requested;
             bool stalls; // the answer to that
+            bool bar;    // is shown then
         };
-        const Row rows[] = {{"Connecting to server...", "List.txt", true},
-                            {"Checking for file changes...", "List.txt", false},
-                            {"Downloading files...", "new.dat", true}};
+        const Row rows[] = {{"Connecting to server...", "List.txt", true, false},
+                            {"Checking for file changes...", "List.txt", false, true},
+                            {"Downloading files...", "new.dat", true, true}};
         const Tree installed = Files({"1.dat", "2.dat", "3.dat", "4.dat", "5.dat"});
         Tree published = installed;
         published["new.dat"] = "new";
@@ -207,6 +208,7 @@ private slots:
                 if (test.window->ui->StatusText->text() == row.status &&
                     test.server.requests.contains(row.requested)) {
                     closing.stop();
+                    QCOMPARE(test.window->ui->ProgressBar->isVisible(), row.bar);
                     test.window->close(); // takes Wine two seconds where there is no window manager
                     limit.setRemainingTime(2000);
                 }
