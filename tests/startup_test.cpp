@@ -67,7 +67,7 @@ private slots:
             QCOMPARE(qAbs(QFileInfo(claim).lastModified().secsTo(now)) < 20, starts);
         }
         const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(other.processId()));
-        QVERIFY(TerminateProcess(handle, 0) && other.waitForFinished(5000));
+        QVERIFY(TerminateProcess(handle, 0) && CloseHandle(handle) && other.waitForFinished(5000));
         // The refused start keeps the claim from other processes.
         QVERIFY(CreateFileA(claim.fileName().toUtf8(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_DELETE,
                             nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr) == INVALID_HANDLE_VALUE);

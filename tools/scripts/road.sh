@@ -143,10 +143,11 @@ find_window() {
 }
 # Without the window `import` waits for somebody to choose one.
 take_picture() { timeout 10 import -window "$window" "$picture"; }
-# The button is a pale grey as long as it is disabled, and as dark as the window when it can be pressed.
+# The button is a pale grey as long as it is disabled, and as dark as the window when it can be pressed. Its upper edge
+# has none of the text, whose width depends on the machine's fonts.
 play_is_enabled() {
     take_picture &&
-        (($(convert "$picture" -crop 10x20+654+415 +repage -colorspace gray -format '%[fx:int(mean*255)]' info:) < 95))
+        (($(convert "$picture" -crop 60x5+656+413 +repage -colorspace gray -format '%[fx:int(mean*255)]' info:) < 95))
 }
 # pixels COLOUR: how many the tab's page has of it.
 pixels() {
