@@ -13,6 +13,7 @@
 #include "gametree/layout.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
+#include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "mainwindow/speedmeter.h"
 #include "platform/platform.h"
@@ -42,6 +43,8 @@ MainWindow::MainWindow()
       ui(new MainWindowForm),
       gameProcessRunning(IsGameProcessRunning(GameName))
 {
+    ResetCycleState();
+
     void* object = nullptr;
     CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_ALL, IID_ITaskbarList3, &object);
     taskbar = static_cast<ITaskbarList3*>(object);

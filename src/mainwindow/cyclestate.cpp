@@ -1,9 +1,9 @@
 #include "mainwindow/cyclestate.h"
 
-UpdateState updateState = UpdateState::Idle;
-std::int32_t sleepCountdown = 0;
-bool filesWereQueued = false;
-bool waitNoticePending = true;
+UpdateState updateState;
+std::int32_t sleepCountdown;
+bool filesWereQueued;
+bool waitNoticePending;
 std::string judgedRoot;
 
 void ResetCycleState()

@@ -28,5 +28,6 @@ extern bool waitNoticePending;      // the line about waiting for the last trans
 // below any other.
 extern std::string judgedRoot;
 
-// Everything as in a process that has just started. For tests, which run several cycles in one process.
+// Sets all of it for the cycle that is about to begin. The window's constructor calls it, since tests run
+// several cycles in one process.
 void ResetCycleState();

@@ -30,7 +30,6 @@ public:
         WriteTree(tree.Root(),
                   {{launcherFolder + "/TessaloomLauncher.exe", "launcher"}, {temporaryFolder, ""}});
         QDir::setCurrent(tree.Path(temporaryFolder).c_str());
-        ResetCycleState();
         LauncherContext::Instance().closing = false;
     }
     ~WindowUnderTest()
