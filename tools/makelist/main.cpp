@@ -40,6 +40,9 @@ QString FindObstacle(const QString& path)
     const QFileInfo file(path);
     if (file.isDir())
         return path + ": is a directory";
+    // QSaveFile would put the list in its place. Even /dev/null would become a file, if root asks for it.
+    if (file.exists() && !file.isFile())
+        return path + ": is not a plain file";
     return QFileInfo(file.absolutePath()).isWritable() ? "" : path + ": its directory can't be written to";
 }
 

@@ -62,6 +62,10 @@ list_to_full_device() { "$makeList" tree 2>&1 >/dev/full | grep error && return 
 expect 1 "where standard output is full, this is an error" list_to_full_device <<'EOF'
 make-list: error: standard output: the list could not be written in full
 EOF
+mkfifo pipe
+expect 1 "what is no plain file is not replaced" "$makeList" tree -o pipe <<'EOF'
+make-list: error: pipe: is not a plain file
+EOF
 broken=0
 left=0
 for round in {1..30}; do
