@@ -1,5 +1,6 @@
 #include "console/progressline.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -45,6 +46,7 @@ std::string ProgressText(const Progress& progress, double seconds)
         fraction = static_cast<double>(progress.bytesDone) / static_cast<double>(progress.bytes);
     else if (progress.files > 0)
         fraction = static_cast<double>(progress.filesDone) / static_cast<double>(progress.files);
+    fraction = std::min(fraction, 1.0); // a server can send more than the list says
 
     std::string text = GroupDigits(std::to_string(progress.filesDone)) + " / " +
                        GroupDigits(std::to_string(progress.files)) + " files   " + PercentText(fraction) +
