@@ -1,10 +1,13 @@
 // How a start is claimed, and how the application opens. The rest of a start is seen on the whole road.
+#include <future>
+
 #include <QtWidgets>
 
 #include "mainwindow/mainwindow.h"
 #include "processes/processname.h"
 #include "startup/application.h"
 #include "startup/launchercontext.h"
+#include "startup/staleinstances.h"
 #include "startup/startclaim.h"
 #include "startup/strings.h"
 #include "support/childprocess.h"
@@ -19,7 +22,6 @@ private slots:
     void theApplicationIsDarkAndIsTornDownWhole()
     {
         const TemporaryTree tree;
-        const QString start = QDir::currentPath();
         const std::string folder = "Game/TessaloomLauncher/Release/" + tempFolderStem + "1/";
         QVERIFY(WriteTree(tree.Root(), {{folder, ""}}) && QDir::setCurrent(tree.Path(folder).c_str()));
         fileListUrl = "http://127.0.0.1:1/";
@@ -39,7 +41,6 @@ private slots:
         });
         LauncherContext& context = LauncherContext::Instance();
         RunApplication(context);
-        QDir::setCurrent(start);
         const QString enabled = "#353535 and #ffffff";
         QCOMPARE(coloursSeen, QStringList({enabled, enabled, "#787878 and #c8c8c8"}));
         QVERIFY(windowWasVisible && context.closing && !context.window && !context.application);
@@ -67,7 +68,12 @@ private slots:
             QCOMPARE(qAbs(QFileInfo(claim).lastModified().secsTo(now)) < 20, starts);
         }
         const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(other.processId()));
-        QVERIFY(TerminateProcess(handle, 0) && CloseHandle(handle) && other.waitForFinished(5000));
+        auto ended = std::async(std::launch::async, [&] {
+            Sleep(200); // milliseconds
+            return TerminateProcess(handle, 0) && CloseHandle(handle);
+        });
+        WaitForRefusedStarts();
+        QVERIFY(OtherInstances().empty() && ended.get() && other.waitForFinished(5000));
         // The refused start keeps the claim from other processes.
         QVERIFY(CreateFileA(claim.fileName().toUtf8(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_DELETE,
                             nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr) == INVALID_HANDLE_VALUE);

@@ -46,6 +46,7 @@ void RunApplication(LauncherContext& context)
         "QToolTip { color: #ffffff; background-color: #2a82da; border: 1px solid white; } "
         "QProgressBar::chunk { width: 1.0px; }");
 
+    WaitForRefusedStarts();
     context.window = new MainWindow;
     context.window->show();
     // The window has moved the current directory to the installed launcher's folder.

@@ -101,6 +101,12 @@ bool ClaimStart(const std::string& launcherFolder)
     return true;
 }
 
+void WaitForRefusedStarts()
+{
+    for (int looks = 1; looks < LooksForOthers && !OtherInstances().empty(); ++looks)
+        Sleep(Pause);
+}
+
 void EndStartClaim(const std::string& launcherFolder)
 {
     DeleteFileA(ClaimPath(launcherFolder).c_str());

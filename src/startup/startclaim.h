@@ -11,5 +11,9 @@
 // claim, and one second before it takes over a young claim.
 bool ClaimStart(const std::string& launcherFolder);
 
+// Waits, for one second at most, until no other process of this file name runs. A start that was refused ends
+// soon, but would count as a running game until then.
+void WaitForRefusedStarts();
+
 // Removes the claim. Call it when the window or a message is shown, or when neither will come.
 void EndStartClaim(const std::string& launcherFolder);

@@ -35,7 +35,6 @@ public:
     ~WindowUnderTest()
     {
         Close();
-        QDir::setCurrent(startDirectory);
     }
 
     // Builds the window and waits for its page. The cycle has not begun when it returns.
@@ -134,7 +133,6 @@ public:
     }
 
     const std::string launcherFolder = "Game/TessaloomLauncher/Release";
-    const QString startDirectory = QDir::currentPath();
     const TemporaryTree tree;
     ScriptedServer server;
     MainWindow* window = nullptr;
