@@ -246,10 +246,12 @@ private slots:
     {
         WindowUnderTest test;
         MainWindow& window = test.OpenStill();
-        for (int tick = 0; tick < 50; ++tick) {
+        const QDeadlineTimer leastTime(50); // milliseconds, for a hundred sleeps of one
+        for (int tick = 0; tick < 2100; ++tick) {
             QMetaObject::invokeMethod(&window, "Update");
             QCOMPARE(sleepCountdown, 20 - tick % 21); // set at each sleep
         }
+        QVERIFY(leastTime.hasExpired());
     }
 
     void playQuitsAfterAFailureAndWithoutAGame()

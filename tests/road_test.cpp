@@ -156,7 +156,8 @@ private slots:
         const char* const locale = IsWindows ? "C" : "de_DE.UTF-8";
         QVERIFY2(std::setlocale(LC_ALL, locale), "This machine does not have the locale.");
         FixTextConventions();
-        QVERIFY(road->Start(launcherFolder, locale)->waitForFinished());
+        const auto installed = road->Start(launcherFolder, locale);
+        QVERIFY(installed->waitForFinished() && installed->exitCode() == 0);
         QVERIFY(road->ComesToRest(outdatedFiles + 1));
         QStringList files = road->server.requests;
         QVERIFY(files.size() == outdatedFiles + 1 && files.removeDuplicates() == 0);
