@@ -296,8 +296,7 @@ private slots:
         QVERIFY(test.Update({}));
         COMPARE_ALL(test.Shows().mid(0, 5), upToDate);
         QCOMPARE(ReadFile(test.tree.Path("a b.txt")).c_str(), "new");
-        QVERIFY(
-            !QFile::exists(test.tree.Path("Game/TessaloomLauncher/Release/TessaloomLauncher.exe").c_str()));
+        QVERIFY(!QFile::exists(test.tree.Path(test.launcherFolder + "/" + LauncherFileName).c_str()));
     }
 };
 

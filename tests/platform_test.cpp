@@ -28,6 +28,7 @@ private slots:
             QVERIFY(QFile::link("/proc/self/mem", tree.Path("unreadable").c_str()));
             QVERIFY(!copies("unreadable", "half") && QFile::remove(tree.Path("unreadable").c_str()));
         }
+        QVERIFY(QFile(tree.Path("in/nöw").c_str()).permissions() & QFile::WriteOwner); // as the original
         files["in/nöw"] = files["large"];
         files["long"] = "x";
         COMPARE_ALL(TreeOf(tree.Root()), files);
