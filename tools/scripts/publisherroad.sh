@@ -23,6 +23,14 @@ expect() {
     verify "$what" diff - answer.txt
 }
 
+# shows_progress PROGRAM ARGUMENT...: true if the program shows a rate on a terminal, where the locale has a decimal
+# comma, and removes it before it prints a line of its own.
+shows_progress() {
+    local said
+    said=$(LC_ALL=de_DE.UTF-8 script -qec "$(printf '%q ' "$@")" /dev/null </dev/null)
+    [[ $said =~ [0-9]\.[0-9]\ MB/s.*$'\r'\ +$'\r'"$(basename "$1"): " ]]
+}
+
 # --- The list ---
 
 mkdir -p tree/Game/TessaloomLauncher/Release tree/Game/Tessaloom/Code/Current/Release
@@ -43,6 +51,11 @@ make-list: warning: Game\Brücke + Fluß.map: a name outside ASCII needs Windows
 make-list: error: Game\up: a link to a folder above it: the tree has no end
 EOF
 rm tree/Game/up
+
+# A hole of a file, which takes time and no space.
+mkdir large
+truncate -s 600M large/zeros.dat
+verify "on a terminal make-list shows its progress" shows_progress "$makeList" large -o large/List.txt
 
 # So that the write takes a while, and none of it fits under the limit below.
 mkdir many
@@ -121,6 +134,7 @@ EOF
 expect 0 "the same by heads alone, from the list's address" "$checkServer" $base/good/List.txt --quick <<EOF
 check-server: $base/good/: 6 files checked by length, all as the list says
 EOF
+verify "on a terminal check-server shows its progress" shows_progress "$checkServer" $base/large
 # finding WHAT CASE SUMMARY FINDING [OPTION]: verifies what check-server finds in this case.
 finding() {
     expect 1 "$1" "$checkServer" "$base/$2" "${@:5}" <<EOF
