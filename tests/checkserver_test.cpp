@@ -53,6 +53,7 @@ private slots:
             {.path = "b", .body = std::string(3000, 'x'), .pieceSize = 1, .said = "[^0]+ 3000 .+\n3/3"},
             {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 2 s.+\n2/3"},
             {.path = "List.txt", .status = 0, .body = chunk, .said = "broken off.+\n0/0"},
+            {.path = "List.txt", .sendOnly = 3, .said = "cut short: 3 of 7 .+\n0/0"},
             {.path = "List.txt", .body = ListOf("ab") + "F#c\n", .said = "an invalid list.+\n0/0"},
             {.path = "List.txt",
              .body = ListOf("abcdefghijklmnop").substr(12) + "F#no List.txt#1#x",

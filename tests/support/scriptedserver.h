@@ -27,7 +27,6 @@ public:
     // On a free port if `port` is 0. Ends the program if the port is taken.
     explicit ScriptedServer(quint16 port = 0)
     {
-        setMaxPendingConnections(1000);
         connect(this, &QTcpServer::newConnection, this, [this] {
             while (QTcpSocket* socket = nextPendingConnection()) {
                 connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);

@@ -23,12 +23,12 @@ expect() {
     verify "$what" diff - answer.txt
 }
 
-# shows_progress PROGRAM ARGUMENT...: true if the program shows a rate on a terminal, where the locale has a decimal
-# comma, and removes it before it prints a line of its own.
+# shows_progress LINE PROGRAM ARGUMENT...: true if the program shows a rate on a terminal, where the locale has a decimal
+# comma, and removes it before it prints the line that begins so.
 shows_progress() {
     local said
-    said=$(LC_ALL=de_DE.UTF-8 script -qec "$(printf '%q ' "$@")" /dev/null </dev/null)
-    [[ $said =~ [0-9]\.[0-9]\ MB/s.*$'\r'\ +$'\r'"$(basename "$1"): " ]]
+    said=$(LC_ALL=de_DE.UTF-8 script -qec "$(printf '%q ' "${@:2}")" /dev/null </dev/null)
+    [[ $said =~ [0-9]\.[0-9]\ MB/s.*$'\r'\ +$'\r'"$1" ]]
 }
 
 # --- The list ---
@@ -55,7 +55,8 @@ rm tree/Game/up
 # A hole of a file, which takes time and no space.
 mkdir large
 truncate -s 600M large/zeros.dat
-verify "on a terminal make-list shows its progress" shows_progress "$makeList" large -o large/List.txt
+touch large/zeros.missing
+verify "on a terminal make-list shows its progress" shows_progress "make-list: " "$makeList" large -o large/List.txt
 
 # So that the write takes a while, and none of it fits under the limit below.
 mkdir many
@@ -134,7 +135,8 @@ EOF
 expect 0 "the same by heads alone, from the list's address" "$checkServer" $base/good/List.txt --quick <<EOF
 check-server: $base/good/: 6 files checked by length, all as the list says
 EOF
-verify "on a terminal check-server shows its progress" shows_progress "$checkServer" $base/large
+rm large/zeros.missing
+verify "on a terminal check-server shows its progress" shows_progress "zeros.missing: missing" "$checkServer" $base/large
 # finding WHAT CASE SUMMARY FINDING [OPTION]: verifies what check-server finds in this case.
 finding() {
     expect 1 "$1" "$checkServer" "$base/$2" "${@:5}" <<EOF
