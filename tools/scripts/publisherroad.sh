@@ -46,11 +46,13 @@ verify "a second one can be written over it" "$makeList" tree -o tree/List.txt
 verify "and is the same" cmp tree/List.txt first.txt
 
 ln -s .. tree/Game/up
-expect 1 "a link to a folder above it is refused" "$makeList" tree <<'EOF'
+ln -s around tree/Game/around
+expect 1 "links to a folder above and to themselves are refused" "$makeList" tree <<'EOF'
 make-list: warning: Game\Brücke + Fluß.map: a name outside ASCII needs Windows 10 1903 or later
+make-list: error: Game\around: can't be read (Too many levels of symbolic links)
 make-list: error: Game\up: a link to a folder above it: the tree has no end
 EOF
-rm tree/Game/up
+rm tree/Game/{up,around}
 
 # A hole of a file, which takes time and no space.
 mkdir large
