@@ -124,6 +124,8 @@ private slots:
         test.Publish({{"large.dat", std::string(5000, 'x')}});
         QVERIFY(test.Update({}));
         COMPARE_ALL(test.Shows().mid(0, 5), upToDate);
+        const QByteArray program = QCoreApplication::applicationFilePath().toUtf8();
+        QVERIFY(!CopyFileA(program, test.tree.Path("copy").c_str(), FALSE)); // nor is a half copy left
         COMPARE_ALL(test.GameTree(), Tree({{"large.dat", std::string(4096, 'x')}}));
     }
 

@@ -6,8 +6,7 @@
 #include <QFile>
 #include <QProcess>
 
-// Set in the environment of the program, it names the file into which it reports where it runs and with how
-// many arguments, before it ends at once.
+// The file into which the program reports where it runs and with how many arguments, if it is to end then.
 constexpr char ReportVariable[] = "TEST_CHILD_REPORT";
 
 // A copy of the program at `path`, a native one, running from construction on; killed with the object.

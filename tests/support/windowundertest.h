@@ -56,8 +56,7 @@ public:
         delete window;
         window = nullptr;
     }
-    // Lets the cycle run in this tree until it has ended with all its transfers. False if it takes half a
-    // minute.
+    // Runs the cycle in this tree to the end of its transfers. False if it takes more than half a minute.
     bool Update(const Tree& installed)
     {
         if (!WriteTree(tree.Root(), installed))

@@ -196,6 +196,7 @@ $makeList nowhere
 $makeList --help
 $checkServer --version
 EOF
+verify "the version is told" grep -qx 'check-server [0-9.]*' <("$checkServer" --version)
 expect 2 "an unset variable for a tree is wrong usage" "$makeList" "" <<'EOF'
 Usage: make-list TREE [-o FILE]
 EOF
