@@ -94,7 +94,7 @@ private slots:
         const unsigned openFiles = OpenFiles();
         QVERIFY(test.Process(list) == ListResult::Complete);
         QCOMPARE(OpenFiles(), openFiles);
-        QVERIFY(ReadFile("/proc/self/maps").find("sets/same") == std::string::npos);
+        QVERIFY(ReadFile("/proc/self/maps").find("sets/same") == std::string::npos); // no view of it is left
         QVERIFY(window.fileQueue == queue);
         QCOMPARE(window.totalBytes, bytes);
         QVERIFY(IsWindows || test.Shows().last() == "Failed to open/get hash of file: sets\\torn");

@@ -163,7 +163,7 @@ private slots:
             return QFile::link(target.c_str(), test.tree.Path(name).c_str());
         };
         QVERIFY(link(outside.Path("absent"), "dangling.txt") && link(outside.Path("linked"), "folder"));
-        QVERIFY(link(outside.Path("linked/listed.txt"), "unlisted.txt")); // found behind the next one too
+        QVERIFY(link(outside.Path("linked/listed.txt"), "unlisted.txt")); // the next one ends no listing
         QVERIFY(link("/dev/null", "late.txt"));                           // leads somewhere, to no file
         Tree published = {{"dangling.txt", "new"}, {"folder/", ""}, {"folder/listed.txt", "new"}};
         published.insert({{"in the way.txt", "new"}, {"late.txt", "new"}});

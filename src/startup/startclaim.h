@@ -12,7 +12,7 @@
 bool ClaimStart(const std::string& launcherFolder);
 
 // Waits, for one second at most, until no other process of this file name runs. A start that was refused ends
-// soon, but would count as a running game until then.
+// soon, and so does a launcher that was terminated, but until then they would count as a running game.
 void WaitForRefusedStarts();
 
 // Removes the claim. Call it when the window or a message is shown, or when neither will come.

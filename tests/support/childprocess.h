@@ -6,7 +6,7 @@
 #include <QFile>
 #include <QProcess>
 
-// The file into which the program reports where it runs and with how many arguments, if it is to end then.
+// The environment variable that names a file for the program's report. With it, the program ends at once.
 constexpr char ReportVariable[] = "TEST_CHILD_REPORT";
 
 // A copy of the program at `path`, a native one, running from construction on; killed with the object.

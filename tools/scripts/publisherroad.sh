@@ -84,9 +84,9 @@ make-list: error: pipe: is not a plain file
 EOF
 broken=0
 left=0
+signals=(KILL INT TERM)
 for round in {1..30}; do
     cp old.txt out.txt
-    signals=(KILL INT TERM)
     env --default-signal=INT "$makeList" many -o out.txt 2>/dev/null &
     sleep "0.0$((RANDOM % 30 + 10))"
     kill -"${signals[round % 3]}" $! 2>/dev/null || true
