@@ -74,7 +74,6 @@ public:
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, &loop, [this] { Look(); });
         timer.start(LookInterval);
-        lastByte = Clock::now();
         Send(requests.front(), ListFileName, false);
         loop.exec();
         return result;
@@ -103,7 +102,7 @@ private:
     Progress state;
 
     QEventLoop loop;
-    Clock::time_point lastByte;
+    Clock::time_point lastByte = Clock::now();
     std::array<QNetworkAccessManager, ManagerCount> managers;
     std::array<Request, MaxRequests> requests;
 
