@@ -7,10 +7,8 @@ QWebEngineView::QWebEngineView(QWidget* parent) : QLabel(parent), notes(new QWeb
 {
     setAutoFillBackground(true);
     setBackgroundRole(QPalette::Base);
-    setTextFormat(Qt::RichText);
     setAlignment(Qt::AlignCenter);
     setWordWrap(true);
-    setMargin(9);
     setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
     setOpenExternalLinks(true);
 }
