@@ -5,21 +5,17 @@
 #include <cstdlib>
 #include <sstream>
 
+#include <QRegularExpression>
+
 #include "gametree/filelist.h"
 
 namespace {
 // Not the judge that is on trial. Windows drops dots and blanks at the end of each name, so that a name of
 // nothing else is "." or "..".
-bool Stays(std::string path)
+bool Stays(const std::string& path)
 {
-    std::replace(path.begin(), path.end(), '\\', '/');
-    std::istringstream names(path);
-    for (std::string name; std::getline(names, name, '/');) {
-        if (name.find_first_not_of(". ") == std::string::npos && name.find('.') != std::string::npos)
-            return false;
-    }
-    return path.find(':') == std::string::npos && path.find('\0') == std::string::npos &&
-           path.rfind('/', 0) != 0;
+    static const QRegularExpression leaves(R"((^|[/\\])[. ]*\.[. ]*([/\\]|\z)|^[/\\]|[:\0])");
+    return !leaves.match(QString::fromLatin1(path.data(), static_cast<int>(path.size()))).hasMatch();
 }
 } // namespace
 
