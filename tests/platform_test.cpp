@@ -44,14 +44,6 @@ private slots:
         QVERIFY2(QDir::isAbsolutePath(NativePath(folder).c_str()), folder);
         QCOMPARE(GetTempPathA(length, folder), length + 1); // no room for the closing zero
     }
-
-    void aCurrentFolderThatReadsAsAnotherIsNotTold()
-    {
-        const TemporaryTree tree;
-        const QString folder = tree.Path("one\\folder").c_str();
-        QVERIFY(QDir().mkpath(folder) && QDir::setCurrent(folder));
-        QVERIFY(IsWindows || GetCurrentDirectoryA(0, nullptr) == 0);
-    }
 };
 
 QTEST_GUILESS_MAIN(PlatformTest)

@@ -255,8 +255,10 @@ private slots:
         const char wrongFolder[] = "TessaloomLauncher was not started in a correct directory";
         std::vector<Row> rows = {{copies + "11", "xTessaloomx.exe", "Error", {"List.txt"}},
                                  {"Game/" + stem, LauncherFileName, wrongFolder, {}}};
-        if (!IsWindows) // which starts no program in so long a folder
+        if (!IsWindows) { // which has no such folders, or starts no program in them
             rows.push_back({copies + "11/" + std::string(250, 'x'), "other.exe", wrongFolder, {}});
+            rows.push_back({copies + "11/reads\\as another", "other.exe", wrongFolder, {}});
+        }
         for (const Row& row : rows) {
             const TemporaryTree elsewhere;
             ChildProcess other(elsewhere.Path(row.bystander));
