@@ -49,7 +49,8 @@ private slots:
     void aYoungClaimRefusesAStartWhileAnotherInstanceRuns()
     {
         const TemporaryTree tree, temporary;
-        ChildProcess other(tree.Path(ProcessName(GetCurrentProcessId())));
+        const std::string sameName = tree.Path(ProcessName(GetCurrentProcessId()));
+        ChildProcess other(sameName);
         for (const char* variable : {"TMPDIR", "TMP"})
             qputenv(variable, temporary.Root().c_str());
         const std::string launcherFolder = temporary.WindowsRoot();
@@ -76,6 +77,12 @@ private slots:
         CreateFileA(claim.fileName().toUtf8(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_DELETE, nullptr,
                     OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
         QCOMPARE(GetLastError(), DWORD(ERROR_SHARING_VIOLATION)); // the refused start keeps it
+
+        QVERIFY(ClaimStart(launcherFolder + "\\y")); // by one that does not show yet
+        auto claimed = std::async(std::launch::async, ClaimStart, launcherFolder + "\\y");
+        Sleep(200);
+        const ChildProcess late(sameName);
+        QVERIFY(!claimed.get());
     }
 };
 
