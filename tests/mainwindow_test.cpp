@@ -17,6 +17,7 @@ private slots:
         WindowUnderTest test;
         MainWindow& window = test.OpenStill();
         QVERIFY(window.windowFlags() & Qt::MSWindowsFixedSizeDialogHint);
+        QVERIFY(!window.ui->ProgressBar->isTextVisible());
         QVERIFY(window.ui->LogListView->editTriggers() == QAbstractItemView::NoEditTriggers);
         QVERIFY(window.ui->WebView->contextMenuPolicy() == Qt::NoContextMenu);
         QVERIFY(IsWindows || !window.windowIcon().isNull());
@@ -57,7 +58,7 @@ private slots:
     }
 
     // The window would hang otherwise.
-    void eventsAreProcessedDuringTheDeletions()
+    void eventsAreProcessedDuringTheLongPasses()
     {
         WindowUnderTest test;
         test.OpenStill();
@@ -67,8 +68,11 @@ private slots:
         QTimer timer;
         connect(&timer, &QTimer::timeout, [&] { ++rounds; });
         timer.start(0);
-        QVERIFY(test.Process(WindowUnderTest::ListOf({})) == ListResult::Complete);
-        QVERIFY(rounds > 10); // one for ten files, and five for what is listed
+        std::string list = WindowUnderTest::ListOf({});
+        for (int i = 0; i < 100; ++i)
+            list += "F#absent#1#\n";
+        QVERIFY(test.Process(list) == ListResult::Complete);
+        QVERIFY(rounds > 20); // one for ten files of each kind, and five for what is listed besides
     }
 
     void onlyWhatDiffersIsQueued()
