@@ -23,12 +23,12 @@ expect() {
     verify "$what" diff - answer.txt
 }
 
-# shows_progress LINE PROGRAM ARGUMENT...: true if the program shows a rate on a terminal, where the locale has a decimal
-# comma, and removes it before it prints the line that begins so.
+# shows_progress LINE PROGRAM ARGUMENT...: true if the program shows a rate and a time on a terminal, where the locale has a
+# decimal comma, and removes them before it prints the line that begins so.
 shows_progress() {
     local said
     said=$(LC_ALL=de_DE.UTF-8 script -qec "$(printf '%q ' "${@:2}")" /dev/null </dev/null)
-    [[ $said =~ [0-9]\.[0-9]\ MB/s.*$'\r'\ +$'\r'"$1" ]]
+    [[ $said =~ [0-9]\.[0-9]\ MB/s\ +[0-9]+\ s\ left.*$'\r'\ +$'\r'"$1" ]]
 }
 
 # --- The list ---
