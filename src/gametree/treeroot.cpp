@@ -50,8 +50,6 @@ QStringList OtherFolders()
         folders += Paths::writableLocation(location);
     for (const std::string& folder : SystemFolders())
         folders += QString::fromLocal8Bit(folder.c_str());
-    folders.removeAll(QString());
-    folders.removeDuplicates();
     return folders;
 }
 } // namespace
