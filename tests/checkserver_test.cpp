@@ -16,7 +16,7 @@ std::string ListOf(const std::string& names)
     return list;
 }
 
-// The findings, a line each, and then the files checked and listed.
+// The findings, a line each, and then the files checked and listed, and whether patience ended the check.
 QString Check(const ScriptedServer& server)
 {
     QString said;
@@ -24,7 +24,7 @@ QString Check(const ScriptedServer& server)
         {server.BaseUrl(), false, std::chrono::seconds(2)},
         [&](const std::string& finding) { said += QString::fromStdString(finding) + "\n"; },
         [](const Progress&) {});
-    return said + QString("%1/%2").arg(result.checked).arg(result.files);
+    return said + QString("%1/%2").arg(result.checked).arg(result.files) + (result.ended ? " ended" : "");
 }
 } // namespace
 
@@ -51,7 +51,7 @@ private slots:
             {.path = "b", .sendOnly = 3, .said = "cut short: 3 of 7 bytes came\n3/3"},
             // Comes within 3 s, and never pauses for 2.
             {.path = "b", .body = std::string(3000, 'x'), .pieceSize = 1, .said = "[^0]+ 3000 .+\n3/3"},
-            {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 2 s.+\n2/3"},
+            {.path = "b", .sendOnly = 3, .stalls = true, .said = "no answer for 2 s.+\n2/3 ended"},
             {.path = "List.txt", .status = 0, .body = chunk, .said = "broken off.+\n0/0"},
             {.path = "List.txt", .sendOnly = 3, .said = "cut short: 3 of 7 .+\n0/0"},
             {.path = "List.txt", .body = ListOf("ab") + "F#c\n", .said = "an invalid list.+\n0/0"},
