@@ -23,12 +23,12 @@ expect() {
     verify "$what" diff - answer.txt
 }
 
-# shows_progress LINE PROGRAM ARGUMENT...: true if the program shows how far it is with two files, on a terminal and where
-# the locale has a decimal comma, and removes that before it prints the line that begins so.
+# shows_progress FILES LINE PROGRAM ARGUMENT...: true if the program shows so many files and how far it is with them, on a
+# terminal and where the locale has a decimal comma, and removes that before it prints the line that begins so.
 shows_progress() {
     local said
-    said=$(LC_ALL=de_DE.UTF-8 script -qec "$(printf '%q ' "${@:2}")" /dev/null </dev/null)
-    [[ $said =~ [01]\ /\ 2\ files\ +[0-9]+%\ +[0-9]+\.[0-9]\ MB/s\ +[0-9]+\ s\ left.*$'\r'\ +$'\r'"$1" ]]
+    said=$(LC_ALL=de_DE.UTF-8 script -qec "$(printf '%q ' "${@:3}")" /dev/null </dev/null)
+    [[ $said =~ "$1 files   "[0-9]+%\ +[0-9]+\.[0-9]\ MB/s\ +[0-9]+\ s\ left.*$'\r'\ +$'\r'"$2" ]]
 }
 
 # --- The list ---
@@ -60,8 +60,9 @@ rm tree/Game/{up,around}
 # A hole of a file, which takes time and no space.
 mkdir large
 truncate -s 600M large/zeros.dat
+verify "on a terminal make-list shows its progress" shows_progress "0 / 1" "make-list: " "$makeList" large
 touch large/zeros.missing
-verify "on a terminal make-list shows its progress" shows_progress "make-list: " "$makeList" large -o large/List.txt
+"$makeList" large -o large/List.txt 2>/dev/null
 
 # So that the write takes a while, and none of it fits under the limit below.
 mkdir many
@@ -141,10 +142,11 @@ expect 0 "the same by heads alone, from the list's address" "$checkServer" $base
 check-server: $base/good/: 6 files checked by length, all as the list says
 EOF
 rm large/zeros.missing
-verify "on a terminal check-server shows its progress" shows_progress "zeros.missing: missing" "$checkServer" $base/large
+verify "on a terminal check-server shows its progress" shows_progress "1 / 2" "zeros.missing: missing" \
+    "$checkServer" $base/large
 # finding WHAT CASE SUMMARY FINDING [OPTION]: verifies what check-server finds in this case.
 finding() {
-    expect 1 "$1" "$checkServer" "$base/$2" "${@:5}" <<EOF
+    expect 1 "$1" "$checkServer" "$base/$2/" "${@:5}" <<EOF
 $4
 check-server: $base/$2/: $3
 EOF
@@ -199,6 +201,10 @@ $makeList nowhere
 $makeList --help
 $checkServer --version
 EOF
+for program in "$makeList" "$checkServer"; do
+    help=$("$program" --help)
+    verify "help names the exit codes" test -z "${help##*Exit code 0: *1: *2: wrong usage.*}"
+done
 verify "the version is told" grep -qx 'check-server [0-9.]*' <("$checkServer" --version)
 expect 2 "an unset variable for a tree is wrong usage" "$makeList" "" <<'EOF'
 Usage: make-list TREE [-o FILE]
