@@ -49,11 +49,13 @@ struct Walk
     {
         std::error_code error; // of this line, shows in an empty path
         entered.push_back(fs::canonical(folder, error));
-        fs::directory_iterator entry(folder, error);
-        while (!error && entry != fs::directory_iterator()) {
-            Visit(*entry, relative);
-            entry.increment(error);
-        }
+        // By name, so that the remarks come in the same order on every disk.
+        std::set<fs::directory_entry> entries;
+        for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+             entry.increment(error))
+            entries.insert(*entry);
+        for (const fs::directory_entry& entry : entries)
+            Visit(entry, relative);
         entered.pop_back();
         return error;
     }
