@@ -50,12 +50,18 @@ verify "and is the same" cmp tree/List.txt first.txt
 
 ln -s .. tree/Game/up
 ln -s around tree/Game/around
-expect 1 "links to a folder above and to themselves are refused" "$makeList" tree <<'EOF'
+ln -s nowhere tree/Game/dangling
+mkfifo tree/Game/pipe
+touch 'tree/Game/a\b'
+expect 1 "what is no part of a game is refused or left out" "$makeList" tree <<'EOF'
+make-list: warning: Game\dangling: neither a file nor a directory, left out
+make-list: warning: Game\pipe: neither a file nor a directory, left out
 make-list: warning: Game\Brücke + Fluß.map: a name outside ASCII needs Windows 10 1903 or later
+make-list: error: Game\a\b: a name with "\", which separates folders
 make-list: error: Game\around: can't be read (Too many levels of symbolic links)
 make-list: error: Game\up: a link to a folder above it: the tree has no end
 EOF
-rm tree/Game/{up,around}
+rm tree/Game/{up,around,dangling,pipe,'a\b'}
 
 # A hole of a file, which takes time and no space.
 mkdir large
@@ -106,7 +112,7 @@ verify "and after Ctrl-C or TERM no file beside it" test "$left" = 0
 # --- The server ---
 
 # A copy of the tree for each thing that can be wrong.
-for case in good missing changed truncated redirected garbled packed chunked unknown half; do cp -r tree "$case"; done
+for case in good missing gone refused changed truncated redirected garbled packed chunked unknown half; do cp -r tree "$case"; done
 rm missing/Game/notes.txt
 tr '[:lower:]' '[:upper:]' <tree/Game/notes.txt >changed/Game/notes.txt
 head -c 100 tree/Game/notes.txt >truncated/Game/notes.txt
@@ -124,6 +130,8 @@ http {
     server {
         listen 127.0.0.1:$port;
         root $temporary;
+        location = /gone/Game/notes.txt { return 410; }
+        location = /refused/Game/notes.txt { return 403; }
         location = /redirected/Game/notes.txt { return 301 /good/Game/notes.txt; }
         location = /packed/Game/notes.txt { gzip on; gzip_types *; }
         # As for every answer that is made while it is sent.
@@ -157,6 +165,8 @@ unseen="the launcher can't tell a broken transfer from a complete one"
 finding "a file that is missing" missing "$one" 'Game\notes.txt: missing (404 Not Found)'
 finding "the same by heads" missing "6 files checked by length, 1 finding" \
     'Game\notes.txt: missing (404 Not Found)' --quick
+finding "a file that is gone for good" gone "$one" 'Game\notes.txt: missing (410 Gone)'
+finding "a file that is not for everybody" refused "$one" 'Game\notes.txt: refused (403 Forbidden)'
 finding "a file that has changed" changed "$one" \
     'Game\notes.txt: other content: its digest is not that of the list'
 finding "a file that is truncated" truncated "6 files checked by length, 1 finding" \
