@@ -70,8 +70,7 @@ struct Road
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("LC_ALL", locale);
         environment.insert(ReportVariable, said.Path("game").c_str());
-        for (const char* temporaryFolder : {"TMPDIR", "TMP"})
-            environment.insert(temporaryFolder, said.Root().c_str());
+        environment.insert(temporaryVariable, said.Root().c_str());
         process->setProcessEnvironment(environment);
         process->setWorkingDirectory(tree.Path(folder).c_str());
         process->setStandardErrorFile(said.Path("errors").c_str(), QIODevice::Append);

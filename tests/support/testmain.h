@@ -10,6 +10,7 @@ Q_COREAPP_STARTUP_FUNCTION(FixTextConventions)
 
 // Some things exist on one kind of system only, such as pipes.
 inline const bool IsWindows = QSysInfo::kernelType() == "winnt";
+inline const char* const temporaryVariable = IsWindows ? "TMP" : "TMPDIR"; // names the folder
 
 // How many files this process holds open; 0 on Windows.
 inline unsigned OpenFiles()
