@@ -66,9 +66,13 @@ rm tree/Game/{up,around,dangling,pipe,'a\b'}
 # A hole of a file, which takes time and no space.
 mkdir large
 truncate -s 600M large/zeros.dat
-verify "on a terminal make-list shows its progress" shows_progress "0 / 1" "make-list: " "$makeList" large
-touch large/zeros.missing
-"$makeList" large -o large/List.txt 2>/dev/null
+verify "on a terminal make-list shows its progress" shows_progress "0 / 1" "make-list: " "$makeList" large \
+    -o large/List.txt
+mkdir lacking
+touch lacking/zeros.missing
+ln large/zeros.dat lacking/
+"$makeList" lacking -o lacking/List.txt 2>/dev/null
+rm lacking/zeros.missing
 
 # So that the write takes a while, and none of it fits under the limit below.
 mkdir many
@@ -149,9 +153,8 @@ EOF
 expect 0 "the same by heads alone, from the list's address" "$checkServer" $base/good/List.txt --quick <<EOF
 check-server: $base/good/: 6 files checked by length, all as the list says
 EOF
-rm large/zeros.missing
-verify "on a terminal check-server shows its progress" shows_progress "1 / 2" "zeros.missing: missing" \
-    "$checkServer" $base/large
+verify "on a terminal check-server shows its progress" shows_progress "0 / 1" "check-server: " "$checkServer" $base/large
+verify "and where a file is missing" shows_progress "1 / 2" "zeros.missing: missing" "$checkServer" $base/lacking
 # finding WHAT CASE SUMMARY FINDING [OPTION]: verifies what check-server finds in this case.
 finding() {
     expect 1 "$1" "$checkServer" "$base/$2/" "${@:5}" <<EOF
