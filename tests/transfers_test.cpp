@@ -190,6 +190,7 @@ private slots:
             bool bar;    // is shown then
         };
         const Row rows[] = {{"Connecting to server...", "List.txt", true, false},
+                            {"Looking for updates...", "List.txt", false, false},
                             {"Checking for file changes...", "List.txt", false, true},
                             {"Downloading files...", "new.dat", true, true}};
         const Tree installed = Files({"1.dat", "2.dat", "3.dat", "4.dat", "5.dat"});
