@@ -255,7 +255,6 @@ void Check::Settle(std::size_t place, std::vector<std::string> reasons)
 void Check::Look()
 {
     state.filesDone = result.checked;
-    result.bytes = state.bytesDone;
     if (result.files > 0)
         progress(state);
     if (Clock::now() - lastByte < options.patience)

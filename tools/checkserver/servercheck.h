@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -24,7 +23,6 @@ struct CheckResult
 {
     std::size_t files = 0;    // that the list names; 0 if there is no list to go by
     std::size_t checked = 0;  // of them
-    std::int64_t bytes = 0;   // received of files
     std::size_t findings = 0; // lines said
     bool ended = false;       // early, since no byte came
 };
