@@ -48,20 +48,23 @@ cp tree/List.txt first.txt
 verify "a second one can be written over it" "$makeList" tree -o tree/List.txt
 verify "and is the same" cmp tree/List.txt first.txt
 
-ln -s .. tree/Game/up
-ln -s around tree/Game/around
-ln -s nowhere tree/Game/dangling
-mkfifo tree/Game/pipe
-touch 'tree/Game/a\b'
-expect 1 "what is no part of a game is refused or left out" "$makeList" tree <<'EOF'
+cp -r tree odd
+ln -s .. odd/Game/up
+ln -s around odd/Game/around
+ln -s nowhere odd/Game/dangling
+mkfifo odd/Game/pipe
+touch 'odd/Game/a\b' $'odd/Game/bell\a.txt' 'odd/Game/ends with a dot.' odd/Game/MyList.txt
+expect 1 "what no list can name is refused, and what players would miss is warned of" "$makeList" odd <<'EOF'
 make-list: warning: Game\dangling: neither a file nor a directory, left out
 make-list: warning: Game\pipe: neither a file nor a directory, left out
 make-list: warning: Game\Brücke + Fluß.map: a name outside ASCII needs Windows 10 1903 or later
+make-list: warning: Game\MyList.txt: a path that holds "List.txt" is never fetched
+make-list: warning: Game\ends with a dot.: Windows drops the dot or blank at the end of a name
 make-list: error: Game\a\b: a name with "\", which separates folders
 make-list: error: Game\around: can't be read (Too many levels of symbolic links)
 make-list: error: Game\up: a link to a folder above it: the tree has no end
+make-list: error: Game\bell?.txt: a name with a line end or another control character
 EOF
-rm tree/Game/{up,around,dangling,pipe,'a\b'}
 
 # A hole of a file, which takes time and no space.
 mkdir large
