@@ -13,7 +13,17 @@ cd "$temporary"
 export LC_ALL=C
 port=18573
 base=http://127.0.0.1:$port
-need_ports $port
+silentPort=18574
+need_ports $port $silentPort
+
+# A server that takes connections and never answers. It is checked beside all that follows, since that takes half a minute.
+perl -MIO::Socket::INET -e '
+    my $server = IO::Socket::INET->new(Listen => 5, LocalAddr => "127.0.0.1", LocalPort => $ARGV[0]) or die $!;
+    sleep' "$silentPort" &
+started+=($!)
+wait_for 10 port_answers $silentPort
+"$checkServer" http://127.0.0.1:$silentPort >silent.txt 2>&1 </dev/null &
+silentCheck=$!
 
 # expect CODE WHAT COMMAND...: verifies the exit code, and compares the command's output with this function's input.
 expect() {
@@ -190,6 +200,15 @@ finding "half a list" half "$none" \
     'List.txt: an invalid list (it has 7 records, and its line "#records#" gives another number): every launcher refuses it'
 finding "no list" nowhere "$none" "List.txt: missing (404 Not Found)"
 finding "another page" page "$none" "List.txt: no list but something else (text/html): every launcher refuses it"
+end_of_silent_check() {
+    wait "$silentCheck" && return
+    cat silent.txt
+    return 1
+}
+expect 1 "a server that never answers" end_of_silent_check <<EOF
+List.txt: no answer for 30 seconds
+check-server: http://127.0.0.1:$silentPort/: ended, since the server sent nothing for 30 seconds: 0 of 0 files checked, 1 finding
+EOF
 kill "${started[@]}"
 wait "${started[@]}" || true
 started=()
