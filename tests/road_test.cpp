@@ -156,7 +156,8 @@ private slots:
         QVERIFY2(std::setlocale(LC_ALL, locale), "This machine does not have the locale.");
         FixTextConventions();
         const auto installed = road->Start(launcherFolder, locale);
-        QVERIFY(installed->waitForFinished() && installed->exitCode() == 0);
+        QVERIFY(installed->waitForFinished()); // or its copy has ended it, as every other launcher
+        QVERIFY(installed->exitCode() == 0 || installed->exitStatus() == QProcess::CrashExit);
         QVERIFY(road->ComesToRest(outdatedFiles + 1));
         QStringList files = road->server.requests;
         QVERIFY(files.size() == outdatedFiles + 1 && files.removeDuplicates() == 0);
@@ -254,10 +255,9 @@ private slots:
         const char wrongFolder[] = "TessaloomLauncher was not started in a correct directory";
         std::vector<Row> rows = {{copies + "11", "xTessaloomx.exe", "Error", {"List.txt"}},
                                  {"Game/" + stem, LauncherFileName, wrongFolder, {}}};
-        if (!IsWindows) { // which has no such folders, or starts no program in them
-            rows.push_back({copies + "11/" + std::string(250, 'x'), "other.exe", wrongFolder, {}});
-            rows.push_back({copies + "11/reads\\as another", "other.exe", wrongFolder, {}});
-        }
+        for (const std::string& name : {std::string(250, 'x'), std::string("reads\\as another")})
+            if (!IsWindows) // which starts no program in the one, and can't have the other
+                rows.push_back({copies + "11/" + name, "other.exe", wrongFolder, {}});
         for (const Row& row : rows) {
             const TemporaryTree elsewhere;
             ChildProcess other(elsewhere.Path(row.bystander));

@@ -32,8 +32,7 @@ bool WriteTree(const std::string& folder, const Tree& tree);
 bool WriteFile(const std::string& path, const std::string& content);
 std::string ReadFile(const std::string& path);
 
-// In hexadecimal digits.
-std::string Sha256Of(const std::string& content);
+std::string Sha256Of(const std::string& content); // in hexadecimal digits
 
 // A folder that is removed with the object, also when the test fails. Its name has a blank and a letter
 // outside ASCII.
