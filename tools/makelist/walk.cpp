@@ -50,10 +50,12 @@ struct Walk
         std::error_code error; // of this line, shows in an empty path
         entered.push_back(fs::canonical(folder, error));
         // By name, so that the remarks come in the same order on every disk.
-        std::set<fs::directory_entry> entries;
+        std::vector<fs::directory_entry> entries;
         for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
              entry.increment(error))
-            entries.insert(*entry);
+            entries.push_back(*entry);
+        std::sort(entries.begin(), entries.end(),
+                  [](const auto& a, const auto& b) { return a.path().native() < b.path().native(); });
         for (const fs::directory_entry& entry : entries)
             Visit(entry, relative);
         entered.pop_back();
