@@ -37,7 +37,7 @@ private slots:
     // A relative one would be another folder after the copy's change of directory.
     void theTemporaryFolderIsAbsolute()
     {
-        qputenv(temporaryVariable, "relative");
+        qputenv(TemporaryFolderVariable, "relative");
         char folder[MAX_PATH + 1] = "";
         const DWORD length = GetTempPathA(sizeof(folder), folder);
         QVERIFY2(QDir::isAbsolutePath(NativePath(folder).c_str()), folder);

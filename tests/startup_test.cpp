@@ -52,7 +52,7 @@ private slots:
         const TemporaryTree tree, temporary;
         const std::string sameName = tree.Path(ProcessName(GetCurrentProcessId()));
         ChildProcess other(sameName);
-        qputenv(temporaryVariable, temporary.Root().c_str());
+        qputenv(TemporaryFolderVariable, temporary.Root().c_str());
         const std::string launcherFolder = temporary.WindowsRoot();
         QVERIFY(ClaimStart(launcherFolder) && ClaimStart(launcherFolder + "\\x"));
         EndStartClaim(launcherFolder + "\\x\\");

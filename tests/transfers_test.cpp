@@ -76,6 +76,7 @@ private slots:
             {"unknown host", "http://name.invalid/", {}, unknownHost, Failed(noHost)},
             {"no such file", "", {404}, notConnected, missing},
             {"not for everybody", "", {403}, notConnected, Failed("ContentAccessDenied")},
+            {"a method refused", "", {405}, notConnected, Failed("ContentOperationNotPermittedError")},
             {"an error that has no line", "", {503}, notConnected, {notConnectedLine}},
             {"no HTTP", "", {0}, notConnected, Failed("RemoteHostClosedError")},
             {"a body that breaks off", "", half, notConnected, Failed("RemoteHostClosedError")},

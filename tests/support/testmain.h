@@ -10,7 +10,7 @@ Q_COREAPP_STARTUP_FUNCTION(FixTextConventions)
 
 // Some things exist on one kind of system only, such as pipes.
 inline const bool IsWindows = QSysInfo::kernelType() == "winnt";
-inline const char* const temporaryVariable = IsWindows ? "TMP" : "TMPDIR"; // names the folder
+inline const char* const TemporaryFolderVariable = IsWindows ? "TMP" : "TMPDIR"; // of the environment
 
 // How many files this process holds open; 0 on Windows.
 inline unsigned OpenFiles()

@@ -16,12 +16,12 @@ base=http://127.0.0.1:$port
 silentPort=18574
 need_ports $port $silentPort
 
-# A server that takes connections and never answers. It is checked beside all that follows, since that takes half a minute.
+# A server that takes connections and never answers. Its check takes half a minute, so all that follows goes on beside it.
 perl -MIO::Socket::INET -e '
     my $server = IO::Socket::INET->new(Listen => 5, LocalAddr => "127.0.0.1", LocalPort => $ARGV[0]) or die $!;
     sleep' "$silentPort" &
 started+=($!)
-wait_for 10 port_answers $silentPort
+wait_for 10 port_answers $silentPort || give_up "Nothing listens on port $silentPort."
 "$checkServer" http://127.0.0.1:$silentPort >silent.txt 2>&1 </dev/null &
 silentCheck=$!
 
@@ -129,7 +129,9 @@ verify "and after Ctrl-C or TERM no file beside it" test "$left" = 0
 # --- The server ---
 
 # A copy of the tree for each thing that can be wrong.
-for case in good missing gone refused changed truncated redirected garbled packed chunked unknown half; do cp -r tree "$case"; done
+for case in good missing gone refused changed truncated redirected garbled packed chunked unknown half; do
+    cp -r tree "$case"
+done
 rm missing/Game/notes.txt
 tr '[:lower:]' '[:upper:]' <tree/Game/notes.txt >changed/Game/notes.txt
 head -c 100 tree/Game/notes.txt >truncated/Game/notes.txt
@@ -201,9 +203,10 @@ finding "half a list" half "$none" \
 finding "no list" nowhere "$none" "List.txt: missing (404 Not Found)"
 finding "another page" page "$none" "List.txt: no list but something else (text/html): every launcher refuses it"
 end_of_silent_check() {
-    wait "$silentCheck" && return
+    local code=0
+    wait "$silentCheck" || code=$?
     cat silent.txt
-    return 1
+    return "$code"
 }
 expect 1 "a server that never answers" end_of_silent_check <<EOF
 List.txt: no answer for 30 seconds
@@ -236,10 +239,9 @@ $makeList nowhere
 $makeList --help
 $checkServer --version
 EOF
-for program in "$makeList" "$checkServer"; do
-    help=$("$program" --help)
-    verify "help names the exit codes" test -z "${help##*Exit code 0: *1: *2: wrong usage.*}"
-done
+names_exit_codes() { [[ $("$1" --help) == *"Exit code 0: "*"1: "*"2: wrong usage."* ]]; }
+verify "make-list's help names the exit codes" names_exit_codes "$makeList"
+verify "and check-server's too" names_exit_codes "$checkServer"
 verify "the version is told" grep -qx 'check-server [0-9.]*' <("$checkServer" --version)
 expect 2 "an unset variable for a tree is wrong usage" "$makeList" "" <<'EOF'
 Usage: make-list TREE [-o FILE]
