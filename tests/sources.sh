@@ -14,13 +14,13 @@ declare -A mayInclude=(
     [helpers]="platform"
     [digest]="platform helpers"
     [processes]="platform helpers"
-    [gametree]="platform helpers digest processes startup/strings.h"
+    [gametree]="platform helpers digest processes"
     [form]=""
     [qtdownload]="$core startup mainwindow"
     [mainwindow]="$core form qtdownload startup"
     [startup]="$core form mainwindow"
     [console]="platform helpers"
-    [makelist]="$core startup/strings.h console"
+    [makelist]="$core console"
     [checkserver]="$core console"
     [bench]="$core form mainwindow startup"
 )
@@ -51,6 +51,6 @@ check_rooms() {
 case "$*" in
     rooms) check_rooms ;;
     format) find src tools tests -name '*.cpp' -print0 -o -name '*.h' -print0 | xargs -0 clang-format --dry-run -Werror ;;
-    shell) shellcheck --external-sources --check-sourced run test windows bench .ci/run tests/sources.sh tools/scripts/{runtest,publisherroad}.sh ;;
+    shell) shellcheck --external-sources --check-sourced run test windows bench .ci/run resources/make-icon scripts/runtest.sh tests/{sources,publisherroad}.sh ;;
     *) sed -n '2,/^[^#]/s/^# \?//p' "$0"; exit 2 ;;
 esac

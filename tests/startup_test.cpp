@@ -3,12 +3,12 @@
 
 #include <QtWidgets>
 
+#include "gametree/strings.h"
 #include "mainwindow/mainwindow.h"
 #include "processes/processname.h"
 #include "startup/application.h"
 #include "startup/launchercontext.h"
 #include "startup/startclaim.h"
-#include "startup/strings.h"
 #include "support/childprocess.h"
 #include "support/temporarytree.h"
 #include "support/testmain.h"

@@ -1,9 +1,9 @@
 #include "gametree/layout.h"
 
+#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
-#include "startup/strings.h"
 
 const char* SparedNameIn(const std::string& path)
 {

@@ -2,7 +2,7 @@
 // lie and which files no update touches. The launcher and the publisher's tools take them from here.
 //
 // Paths are relative to the tree's root, with backslashes and without a closing one. The stem of the
-// temporary folders' names stands with the process-wide strings (startup/strings.h).
+// temporary folders' names stands with the process-wide strings (gametree/strings.h).
 #pragma once
 
 #include <string>

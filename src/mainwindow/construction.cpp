@@ -11,6 +11,7 @@
 #include "digest/filedigest.h"
 #include "form/mainwindowform.h"
 #include "gametree/layout.h"
+#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "mainwindow/cyclestate.h"
@@ -20,7 +21,6 @@
 #include "processes/gameprocess.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
-#include "startup/strings.h"
 
 namespace {
 constexpr int IconResource = 102;

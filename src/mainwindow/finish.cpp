@@ -6,13 +6,13 @@
 
 #include "digest/filedigest.h"
 #include "gametree/layout.h"
+#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/text.h"
 #include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"
-#include "startup/strings.h"
 
 void MainWindow::FinishCycle()
 {

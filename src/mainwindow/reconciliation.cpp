@@ -3,13 +3,13 @@
 // the next run tries again.
 #include "gametree/filelist.h"
 #include "gametree/layout.h"
+#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
 #include "mainwindow/longpass.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
-#include "startup/strings.h"
 
 namespace {
 // What a pass does with one of its items.

@@ -7,6 +7,7 @@
 #include <QPushButton>
 
 #include "gametree/layout.h"
+#include "gametree/strings.h"
 #include "gametree/treeroot.h"
 #include "helpers/files.h"
 #include "helpers/text.h"
@@ -16,7 +17,6 @@
 #include "platform/platform.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
-#include "startup/strings.h"
 
 namespace {
 constexpr std::int32_t TicksBetweenSleeps = 20;

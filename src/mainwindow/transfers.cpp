@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QLabel>
 
+#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/text.h"
 #include "mainwindow/cyclestate.h"
@@ -12,7 +13,6 @@
 #include "platform/platform.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
-#include "startup/strings.h"
 
 namespace {
 // How many transfers run at once.

@@ -3,10 +3,10 @@
 #include <vector>
 
 #include "gametree/layout.h"
+#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/text.h"
 #include "platform/platform.h"
-#include "startup/strings.h"
 #include "startup/temporaryfolders.h"
 
 namespace {

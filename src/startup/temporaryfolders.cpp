@@ -1,8 +1,8 @@
 #include "startup/temporaryfolders.h"
 
+#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/numbers.h"
-#include "startup/strings.h"
 
 namespace {
 constexpr int FoldersCleaned = 10;

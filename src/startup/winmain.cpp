@@ -2,6 +2,7 @@
 // installed run relays to a temporary copy, and the temporary run opens the window.
 
 #include "gametree/layout.h"
+#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
@@ -12,7 +13,6 @@
 #include "startup/staleinstances.h"
 #include "startup/startclaim.h"
 #include "startup/steadyclock.h"
-#include "startup/strings.h"
 
 namespace {
 void ShowMessageBox(std::string text)

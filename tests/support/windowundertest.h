@@ -9,10 +9,10 @@
 
 #include "form/mainwindowform.h"
 #include "gametree/layout.h"
+#include "gametree/strings.h"
 #include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "startup/launchercontext.h"
-#include "startup/strings.h"
 #include "support/scriptedserver.h"
 #include "support/temporarytree.h"
 

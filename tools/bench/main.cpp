@@ -16,12 +16,12 @@
 #include "digest/sha256_blocks.h"
 #include "form/mainwindowform.h"
 #include "gametree/layout.h"
+#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "mainwindow/cyclestate.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"
-#include "startup/strings.h"
 
 namespace {
 std::vector<std::string> FilesIn(const std::string& folder)

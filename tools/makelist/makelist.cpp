@@ -5,11 +5,11 @@
 #include <thread>
 
 #include "console/remark.h"
+#include "gametree/strings.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
 #include "makelist/walk.h"
 #include "platform/platform.h"
-#include "startup/strings.h"
 
 namespace {
 // Every directory above one of the paths.

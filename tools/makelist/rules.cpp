@@ -9,8 +9,8 @@
 #include "gametree/address.h"
 #include "gametree/layout.h"
 #include "gametree/listedpath.h"
+#include "gametree/strings.h"
 #include "helpers/text.h"
-#include "startup/strings.h"
 
 namespace {
 // From here on a signed 32-bit counter is wrong.

@@ -103,7 +103,7 @@ verify_update() {
 # start_launcher COMMAND...: starts the installed launcher as a player does. A supervisor notes its exit code, and those
 # of all processes that it leaves running.
 start_launcher() {
-    local supervisor=$PWD/tools/scripts/supervise.pl
+    local supervisor=$PWD/scripts/supervise.pl
     (cd "$release" && exec perl "$supervisor" "$report" "$@" >>"$sample/launcher.log" 2>&1 </dev/null) &
     started+=($!)
 }

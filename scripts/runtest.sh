@@ -5,7 +5,7 @@ set -euo pipefail
 folder=$PWD
 script=$(readlink -f "$0")
 . "$(dirname "$script")/common.sh"
-. tools/scripts/wine.sh
+. scripts/wine.sh
 
 if [[ $1 != *.exe ]]; then
     start_display

@@ -1,4 +1,4 @@
-#include "startup/strings.h"
+#include "gametree/strings.h"
 
 // The order matters: each may use those above it.
 std::string updateServerUrl = "http://" UPDATE_SERVER_HOST "/LatestVersion/";

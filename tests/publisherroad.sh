@@ -6,7 +6,7 @@ set -euo pipefail
 script=$(readlink -f "$0")
 makeList=$(readlink -f "$1")
 checkServer=$(readlink -f "$2")
-. "$(dirname "$script")/common.sh"
+. "$(dirname "$script")/../scripts/common.sh"
 sampleServer=$PWD/tools/sampleserver
 cd "$temporary"
 # The messages that are compared are those of no language. Names outside ASCII come through there too.
