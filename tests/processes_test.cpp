@@ -2,8 +2,7 @@
 // real launcher on this machine neither disturbs the test nor is disturbed by it.
 #include <memory>
 
-#include "processes/gameprocess.h"
-#include "processes/processname.h"
+#include "processes/processtable.h"
 #include "support/childprocess.h"
 #include "support/temporarytree.h"
 #include "support/testmain.h"

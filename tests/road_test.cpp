@@ -9,8 +9,7 @@
 
 #include "gametree/layout.h"
 #include "press.h"
-#include "processes/gameprocess.h"
-#include "processes/processname.h"
+#include "processes/processtable.h"
 #include "support/childprocess.h"
 #include "support/scriptedserver.h"
 #include "support/temporarytree.h"

@@ -5,7 +5,7 @@
 
 #include "gametree/strings.h"
 #include "mainwindow/mainwindow.h"
-#include "processes/processname.h"
+#include "processes/processtable.h"
 #include "startup/application.h"
 #include "startup/launchercontext.h"
 #include "startup/startclaim.h"

@@ -18,11 +18,13 @@ constexpr char LauncherFileName[] = "TessaloomLauncher.exe";
 // The folder of Qt's platform plugin, below the launcher's.
 constexpr char PluginFolderName[] = "platforms";
 
-// Where the game stands, and is started.
-constexpr char GameFolder[] = "Game\\Tessaloom\\Code\\Current\\Release";
-// Play's way: levels from the launcher's folder up to the folder "Game", and the game's folder from there.
-constexpr int DepthBelowGame = LauncherFolderDepth - 1;
-constexpr const char* GameFolderBelowGame = GameFolder + sizeof("Game\\") - 1;
+// The top-level folder that holds the launcher and the game.
+constexpr char TopFolder[] = "Game";
+// Levels from the launcher's folder up to it.
+constexpr int DepthBelowTopFolder = LauncherFolderDepth - 1;
+// From there, where the game stands and is started.
+constexpr char GameFolderBelowTop[] = "Tessaloom\\Code\\Current\\Release";
+inline const std::string GameFolder = std::string(TopFolder) + "\\" + GameFolderBelowTop;
 constexpr char GameFileName[] = "Tessaloom.exe";
 // The part of the game's name by which a process counts as the game's.
 constexpr char GameName[] = "Tessaloom";

@@ -13,7 +13,6 @@
 #include "helpers/numbers.h"
 #include "helpers/text.h"
 #include "helpers/wrapping.h"
-#include "mainwindow/longpass.h"
 #include "mainwindow/mainwindow.h"
 #include "startup/launchercontext.h"
 

@@ -18,7 +18,7 @@
 #include "mainwindow/mainwindow.h"
 #include "mainwindow/speedmeter.h"
 #include "platform/platform.h"
-#include "processes/gameprocess.h"
+#include "processes/processtable.h"
 #include "qtdownload/qtdownload.h"
 #include "startup/launchercontext.h"
 

@@ -3,8 +3,9 @@
 UpdateState updateState;
 std::int32_t sleepCountdown;
 bool filesWereQueued;
-bool waitNoticePending;
-std::string judgedRoot;
+bool waitNoticePending = true;
+bool messageBoxOpen;
+std::string checkedRoot;
 
 void ResetCycleState()
 {
@@ -12,5 +13,6 @@ void ResetCycleState()
     sleepCountdown = 0;
     filesWereQueued = false;
     waitNoticePending = true;
-    judgedRoot.clear();
+    messageBoxOpen = false;
+    checkedRoot.clear();
 }

@@ -23,10 +23,11 @@ extern UpdateState updateState;
 extern std::int32_t sleepCountdown; // ticks until the next sleep
 extern bool filesWereQueued;        // the queue has held a file
 extern bool waitNoticePending;      // the line about waiting for the last transfers is still to be logged
+extern bool messageBoxOpen;         // the box about running processes; meanwhile no tick does anything
 
 // The tree's root for which the cycle was allowed to begin; empty before that. Nothing is deleted or written
 // below any other.
-extern std::string judgedRoot;
+extern std::string checkedRoot;
 
 // Sets all of it for the cycle that is about to begin. The window's constructor calls it, since tests run
 // several cycles in one process.

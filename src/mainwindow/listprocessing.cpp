@@ -1,4 +1,5 @@
 // From the local copy of the file list to a reconciled tree and a filled queue.
+#include <QCoreApplication>
 #include <QLabel>
 
 #include "gametree/filelist.h"
@@ -25,13 +26,13 @@ bool LoadList(MainWindow& window, const std::string& listPath, ContentList& cont
 }
 } // namespace
 
-ListResult MainWindow::ProcessFileList()
+bool MainWindow::ProcessFileList()
 {
     LauncherContext::Instance().StatusText->setText("Looking for updates...");
     const std::string treeRoot = TreeRoot();
     const std::string listPath = ListPath();
-    if (!KeepsJudgedRoot(treeRoot))
-        return ListResult::Refused;
+    if (!KeepsCheckedRoot(treeRoot))
+        return false;
 
     ContentList content;
     const bool valid = LoadList(*this, listPath, content);
@@ -41,9 +42,19 @@ ListResult MainWindow::ProcessFileList()
     }
     if (!valid) {
         EndOffline("List of files is invalid");
-        return ListResult::Refused;
+        return false;
     }
 
-    const bool complete = ReconcileTree(treeRoot, content) && FindChanges(treeRoot, content);
-    return complete ? ListResult::Complete : ListResult::Blocked;
+    return ReconcileTree(treeRoot, content) && FindChanges(treeRoot, content);
+}
+
+void MainWindow::ProcessWaitingEvents()
+{
+    QCoreApplication::processEvents();
+}
+
+void MainWindow::ProcessWaitingEventsAt(std::size_t index)
+{
+    if (index % 10 == 0)
+        ProcessWaitingEvents();
 }

@@ -1,6 +1,7 @@
 // The launcher's only window, and the owner of all state of the one update cycle that a run performs.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -15,14 +16,6 @@ struct ContentList;
 struct ITaskbarList3;
 struct MainWindowForm;
 struct SpeedMeter;
-
-// What became of the file list.
-enum class ListResult
-{
-    Complete, // all passes ran to their end
-    Blocked,  // a change is needed while a game process runs; only the local list was deleted
-    Refused   // not acted on, and the cycle has ended with the reason in the log
-};
 
 // The operations stand in the order of an update, under the name of the file that holds them.
 class MainWindow : public QMainWindow
@@ -47,17 +40,25 @@ public:
     // Books the bytes that a transfer has received so far, and shows amount, speed and fraction.
     void TransferProgress(qint64 received, QtDownload* transfer);
 
-    // --- completion.cpp ---
+    // --- transferend.cpp ---
 
-    // Judges the end of a transfer, which stays in `transfers` until the next tick. `error` is a
+    // Takes the end of a transfer, which stays in `transfers` until the next tick. `error` is a
     // QNetworkReply::NetworkError, 0 for success.
     void TransferFinished(QtDownload* transfer, int error);
 
     // --- listprocessing.cpp ---
 
     // Reads the local file list, brings the tree's shape in line with it and fills the queue with what
-    // differs. Processes events, so ticks run inside it; the state stays FetchingList meanwhile.
-    ListResult ProcessFileList();
+    // differs. False if a change is needed while a game process runs; then only the local list was deleted.
+    // If the list or the tree is refused, the state is Offline on return and the result means nothing.
+    // Processes events, so ticks run inside it; the state stays FetchingList meanwhile.
+    bool ProcessFileList();
+    // Lets Qt deliver all events, so that the window lives while a long pass holds the thread. Ticks and the
+    // slots of transfers can run in it, and the player can close the window: a pass holds only values of its
+    // own across it, and runs on.
+    static void ProcessWaitingEvents();
+    // The same at every tenth place of a pass, the first one included.
+    static void ProcessWaitingEventsAt(std::size_t index);
 
     // --- log.cpp ---
 
@@ -109,12 +110,10 @@ private:
 
     // Steps the cycle from Idle or DownloadingFiles.
     void RunCycle();
-    // Starts the cycle: judges the root and asks for the list.
+    // Starts the cycle: checks the root and asks for the list.
     void BeginCycle(const std::string& treeRoot);
-    // True if this is still the judged root. Otherwise the cycle has ended.
-    bool KeepsJudgedRoot(const std::string& treeRoot);
-    // Ends the cycle before it can do harm, with this reason in the log.
-    void RefuseToUpdate(const std::string& reason);
+    // True if this is still the checked root. Otherwise the cycle has ended.
+    bool KeepsCheckedRoot(const std::string& treeRoot);
 
     // --- reconciliation.cpp ---
 
@@ -136,13 +135,15 @@ private:
     // on the stack.
     void DeleteTransfers();
 
-    // --- completion.cpp ---
-
-    // Ends the cycle as a failure with this status text, and offers "Play Offline".
-    void EndOffline(const std::string& status);
-
-    // --- finish.cpp ---
+    // --- cycleend.cpp ---
 
     // Ends a cycle that went well: up to date, or a restart if the launcher's own file has changed.
     void FinishCycle();
+    // Ends the cycle as a failure with this status text, and offers "Play Offline".
+    void EndOffline(const std::string& status);
+    void OfferPlayOffline();
+    // Ends the cycle before it can do harm, with this reason in the log.
+    void RefuseToUpdate(const std::string& reason);
+    // Tells the player that a game process runs, waits until he has closed the box, and quits.
+    void EndBlocked();
 };

@@ -17,8 +17,8 @@ constexpr std::int32_t BytesPerMegabyte = 1024 * 1024;
 constexpr std::int32_t KilobytesPerMegabyte = 1024;
 constexpr int PaintInterval = 16; // milliseconds, a picture of most screens
 
-// Puts off the painting of what the widget shows from now on. Many reports arrive within one picture.
-void PaintSoon(QWidget& widget)
+// Many reports arrive within one picture of the screen: the widget is painted once for all of them.
+void PostponePainting(QWidget& widget)
 {
     if (!widget.updatesEnabled())
         return;
@@ -67,8 +67,8 @@ void MainWindow::TransferProgress(qint64 received, QtDownload* transfer)
                              " MB downloaded (" + SpeedText(speedMeter->rateKB) + "/s)   " +
                              PercentText(fraction) + "%";
     const LauncherContext& context = LauncherContext::Instance();
-    PaintSoon(*context.PercentageText);
-    PaintSoon(*context.ProgressBar);
+    PostponePainting(*context.PercentageText);
+    PostponePainting(*context.ProgressBar);
     context.PercentageText->setText(text.c_str());
     SetProgress(static_cast<float>(fraction));
 }

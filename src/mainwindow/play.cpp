@@ -12,12 +12,12 @@ void MainWindow::on_Play_clicked()
     // From the launcher's folder up to "Game", and down to the game's folder. The game expects to be started
     // there.
     std::string folder = CurrentDirectory();
-    for (int i = 0; i < DepthBelowGame; ++i) {
+    for (int i = 0; i < DepthBelowTopFolder; ++i) {
         const int separator = FindLast(folder, "\\");
         if (separator >= 0)
             EraseFrom(folder, separator);
     }
-    folder += std::string("\\") + GameFolderBelowGame + "\\";
+    folder += std::string("\\") + GameFolderBelowTop + "\\";
 
     // The results are left unread: the launcher ends in any case.
     SetCurrentDirectoryA(folder.c_str());

@@ -7,38 +7,10 @@
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
-#include "mainwindow/longpass.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 
 namespace {
-// What a pass does with one of its items.
-enum class Need
-{
-    PassOver, // not even looked at: no events are processed for it either
-    Nothing,  // it is as it should be
-    Change
-};
-
-// Goes through the items in their order and changes those that need it. False as soon as a change is needed
-// while a game process runs.
-template <typename NeedOf, typename Change>
-bool RunPass(const MainWindow& window, const std::vector<std::string>& items, NeedOf needOf, Change change)
-{
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        const Need need = needOf(items[i]);
-        if (need == Need::PassOver)
-            continue;
-        if (need == Need::Change) {
-            if (window.gameProcessRunning)
-                return false;
-            change(items[i]);
-        }
-        ProcessWaitingEventsAt(i);
-    }
-    return true;
-}
-
 // Every file below the root, relative to it.
 std::vector<std::string> TreeEntries(const std::string& treeRoot)
 {
@@ -59,49 +31,60 @@ std::string FolderOf(const std::string& entry)
     return folder;
 }
 
+// Each pass returns false as soon as a change is needed while a game process runs. Entries that a pass skips
+// for their name alone get no round of events either.
+
 bool DeleteUnlistedFiles(MainWindow& window, const std::string& prefix,
                          const std::vector<std::string>& treeEntries, const ContentList& content)
 {
-    const auto needOf = [&](const std::string& entry) {
+    for (std::size_t i = 0; i < treeEntries.size(); ++i) {
+        const std::string& entry = treeEntries[i];
         if (Contains(entry, tempFolderStem))
-            return Need::PassOver;
-        const bool stays = content.fileNameIndex.count(entry) != 0 || !FileExists(prefix + entry) ||
-                           SparedNameIn(entry) != nullptr;
-        return stays ? Need::Nothing : Need::Change;
-    };
-    return RunPass(window, treeEntries, needOf, [&](const std::string& entry) {
-        DeleteFileA((prefix + entry).c_str());
-        window.Log("Deleted file: " + entry);
-    });
+            continue;
+        if (content.fileNameIndex.count(entry) == 0 && FileExists(prefix + entry) &&
+            SparedNameIn(entry) == nullptr) {
+            if (window.gameProcessRunning)
+                return false;
+            DeleteFileA((prefix + entry).c_str());
+            window.Log("Deleted file: " + entry);
+        }
+        MainWindow::ProcessWaitingEventsAt(i);
+    }
+    return true;
 }
 
 bool MakeListedFolders(MainWindow& window, const std::string& prefix, const ContentList& content)
 {
-    const auto needOf = [&](const std::string& directory) {
-        return PathExists(prefix + directory) ? Need::Nothing : Need::Change;
-    };
-    return RunPass(window, content.directories, needOf, [&](const std::string& directory) {
-        CreateDirectoryA((prefix + directory).c_str(), nullptr);
-        window.Log("Created directory: " + prefix + directory);
-    });
+    for (std::size_t i = 0; i < content.directories.size(); ++i) {
+        const std::string path = prefix + content.directories[i];
+        if (!PathExists(path)) {
+            if (window.gameProcessRunning)
+                return false;
+            CreateDirectoryA(path.c_str(), nullptr);
+            window.Log("Created directory: " + path);
+        }
+        MainWindow::ProcessWaitingEventsAt(i);
+    }
+    return true;
 }
 
 bool RemoveUnlistedFolders(MainWindow& window, const std::string& prefix,
                            const std::vector<std::string>& treeEntries, const ContentList& content)
 {
-    const auto needOf = [&](const std::string& entry) {
-        const bool standsInRoot = Contains(entry, ".") && !Contains(entry, "\\");
-        if (standsInRoot || Contains(FolderOf(entry), tempFolderStem))
-            return Need::PassOver;
-        const std::string folder = FolderOf(entry);
-        const bool stays = content.directoryIndex.count(folder) != 0 || !PathExists(prefix + folder);
-        return stays ? Need::Nothing : Need::Change;
-    };
-    return RunPass(window, treeEntries, needOf, [&](const std::string& entry) {
-        const std::string folder = FolderOf(entry);
-        RemoveDirectoryTree(prefix + folder);
-        window.Log("Directory deleted: " + folder);
-    });
+    for (std::size_t i = 0; i < treeEntries.size(); ++i) {
+        const bool standsInRoot = Contains(treeEntries[i], ".") && !Contains(treeEntries[i], "\\");
+        const std::string folder = FolderOf(treeEntries[i]);
+        if (standsInRoot || Contains(folder, tempFolderStem))
+            continue;
+        if (content.directoryIndex.count(folder) == 0 && PathExists(prefix + folder)) {
+            if (window.gameProcessRunning)
+                return false;
+            RemoveDirectoryTree(prefix + folder);
+            window.Log("Directory deleted: " + folder);
+        }
+        MainWindow::ProcessWaitingEventsAt(i);
+    }
+    return true;
 }
 } // namespace
 

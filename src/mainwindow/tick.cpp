@@ -21,10 +21,6 @@
 namespace {
 constexpr std::int32_t TicksBetweenSleeps = 20;
 
-// Set while the box about running processes is open. The box has an event loop of its own, from which no
-// second tick may open a second box.
-bool messageBoxOpen = false;
-
 // Deletes the ended transfers and empties `finished`. `transfers` is their owner: one that it does not hold
 // any more is not deleted.
 void DrainFinished(std::vector<QtDownload*>& transfers, std::vector<QtDownload*>& finished)
@@ -56,17 +52,10 @@ void MainWindow::Update()
     if (updateState <= UpdateState::DownloadingFiles)
         RunCycle();
 
-    if (updateState == UpdateState::ProcessesBlocking) {
-        messageBoxOpen = true;
-        MessageBoxA(nullptr,
-                    "An update was found but at least one Tessaloom process is already running.\n"
-                    "Close all Tessaloom processes before starting the launcher again.",
-                    "Error", MB_ICONERROR);
-        messageBoxOpen = false;
-        QCoreApplication::quit();
-    }
+    if (updateState == UpdateState::ProcessesBlocking)
+        EndBlocked();
 
-    // The transfers' slots, the whole list processing, Play or a click on the close button can run in this.
+    // The transfers' slots, the list processing, Play or a click on the close button can run in this.
     // Nothing is held across it.
     QCoreApplication::processEvents();
 
@@ -81,7 +70,7 @@ void MainWindow::RunCycle()
     const std::string treeRoot = TreeRoot();
     if (updateState == UpdateState::Idle)
         BeginCycle(treeRoot);
-    else if (KeepsJudgedRoot(treeRoot))
+    else if (KeepsCheckedRoot(treeRoot))
         WorkOffQueue(treeRoot);
     else
         DeleteTransfers(); // they would still write into the other folder
@@ -96,7 +85,7 @@ void MainWindow::BeginCycle(const std::string& treeRoot)
     context.ProgressBar->setHidden(true);
     SetProgress(0.0f);
 
-    // Judged before the first change, which is the arrival of the list.
+    // Checked before the first change, which is the arrival of the list.
     const std::string launcherFolder = treeRoot + "\\" + LauncherFolder;
     if (!Equals(CurrentDirectory(), launcherFolder)) {
         RefuseToUpdate("the launcher stands in \"" + CurrentDirectory() + "\" and not in \"" +
@@ -108,23 +97,17 @@ void MainWindow::BeginCycle(const std::string& treeRoot)
                        "\" holds other things than the game, or can't be examined");
         return;
     }
-    judgedRoot = treeRoot;
+    checkedRoot = treeRoot;
 
     const std::string listPath = ListPath();
     updateState = UpdateState::FetchingList;
     StartTransfer(fileListUrl, listPath);
 }
 
-bool MainWindow::KeepsJudgedRoot(const std::string& treeRoot)
+bool MainWindow::KeepsCheckedRoot(const std::string& treeRoot)
 {
-    if (Equals(treeRoot, judgedRoot))
+    if (Equals(treeRoot, checkedRoot))
         return true;
-    RefuseToUpdate("the game's folder was \"" + judgedRoot + "\" and is now \"" + treeRoot + "\"");
+    RefuseToUpdate("the game's folder was \"" + checkedRoot + "\" and is now \"" + treeRoot + "\"");
     return false;
-}
-
-void MainWindow::RefuseToUpdate(const std::string& reason)
-{
-    Log("Refusing to update: " + reason);
-    EndOffline("Refusing to update this folder");
 }

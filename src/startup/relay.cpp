@@ -5,11 +5,20 @@
 #include "gametree/layout.h"
 #include "gametree/strings.h"
 #include "helpers/files.h"
+#include "helpers/numbers.h"
 #include "helpers/text.h"
 #include "platform/platform.h"
-#include "startup/temporaryfolders.h"
 
 namespace {
+// The numbers of the folders that a start removes.
+constexpr int FoldersCleaned = 10;
+
+// Name of the temporary folder with this number, 1 and up.
+std::string TemporaryFolderName(int number)
+{
+    return tempFolderStem + IntText(number);
+}
+
 std::vector<std::string> PlainFiles(const std::string& folder)
 {
     std::vector<std::string> files;
@@ -27,6 +36,20 @@ void Copy(const std::vector<std::string>& files, const std::string& from, const 
     }
 }
 } // namespace
+
+void RemoveTemporaryFolders()
+{
+    for (int number = 1; number <= FoldersCleaned; ++number) {
+        const std::string folder = TemporaryFolderName(number);
+        if (!PathExists(folder))
+            continue;
+        try {
+            RemoveDirectoryTree(folder);
+        } catch (...) {
+            // The folder stays, and the relay takes another number. The next folders are still removed.
+        }
+    }
+}
 
 bool Relay(const std::string& currentDirectory)
 {

@@ -8,3 +8,7 @@
 // into a new one, makes that the current directory and starts the copy there. `currentDirectory`, not empty,
 // is the current directory. Failures stop nothing and show nothing. False if the copy was not started.
 bool Relay(const std::string& currentDirectory);
+
+// The first step of it: removes the folders numbered 1 to 10 below the current directory with all that they
+// hold. What can't be removed stays. Blocks; needs no QApplication.
+void RemoveTemporaryFolders();

@@ -2,7 +2,7 @@
 
 #include "helpers/text.h"
 #include "platform/platform.h"
-#include "processes/processname.h"
+#include "processes/processtable.h"
 
 std::vector<DWORD> OtherInstances()
 {

@@ -71,10 +71,10 @@ public:
         return true;
     }
     // Lets the window process this list as if it had come.
-    ListResult Process(const std::string& list)
+    bool Process(const std::string& list)
     {
         WriteFile(tree.Path("Game/TessaloomLauncher/List.txt"), list);
-        judgedRoot = TreeRoot();
+        checkedRoot = TreeRoot();
         return window->ProcessFileList();
     }
 

@@ -99,14 +99,14 @@ int Start(const std::string& root)
 int List(const std::string& root)
 {
     MainWindow& window = Open(root);
-    judgedRoot = TreeRoot();
+    checkedRoot = TreeRoot();
     updateState = UpdateState::FetchingList;
-    ListResult result;
+    bool complete = false;
     {
         const Measurement measurement;
-        result = window.ProcessFileList();
+        complete = window.ProcessFileList();
     }
-    return result == ListResult::Complete && window.fileQueue.empty() ? 0 : 1;
+    return complete && window.fileQueue.empty() ? 0 : 1;
 }
 
 // Lines arrive by the hundred between two rounds of the event loop, as from a long pass, with the log tab in

@@ -112,8 +112,8 @@ void JudgeList(const std::set<std::string>& directories, const std::set<std::str
         }
     }
 
-    for (const std::string& program : {std::string(LauncherFolder) + "\\" + LauncherFileName,
-                                       std::string(GameFolder) + "\\" + GameFileName}) {
+    for (const std::string& program :
+         {std::string(LauncherFolder) + "\\" + LauncherFileName, GameFolder + "\\" + GameFileName}) {
         if (files.count(program) == 0)
             remarks.warnings.push_back(Remark(program, "not in the tree: players who have it lose it"));
     }

@@ -1,4 +1,4 @@
-// The end of a cycle that went well.
+// The ends of the cycle: up to date, a restart of the launcher, offline, blocked by a running game.
 #include <QCoreApplication>
 #include <QLabel>
 #include <QProgressBar>
@@ -38,4 +38,40 @@ void MainWindow::FinishCycle()
     updateState = UpdateState::UpToDate;
     context.ProgressBar->setHidden(true);
     SetProgress(0.0f);
+}
+
+void MainWindow::EndOffline(const std::string& status)
+{
+    const LauncherContext& context = LauncherContext::Instance();
+    context.StatusText->setText(status.c_str());
+    context.PercentageText->setText("");
+    context.ProgressBar->setHidden(true);
+    SetProgress(0.0f);
+    updateState = UpdateState::Offline;
+    OfferPlayOffline();
+}
+
+void MainWindow::OfferPlayOffline()
+{
+    QPushButton& play = *LauncherContext::Instance().Play;
+    play.setText("Play Offline");
+    play.setEnabled(true);
+}
+
+void MainWindow::RefuseToUpdate(const std::string& reason)
+{
+    Log("Refusing to update: " + reason);
+    EndOffline("Refusing to update this folder");
+}
+
+void MainWindow::EndBlocked()
+{
+    // The box has an event loop of its own, from which no second tick may open a second box.
+    messageBoxOpen = true;
+    MessageBoxA(nullptr,
+                "An update was found but at least one Tessaloom process is already running.\n"
+                "Close all Tessaloom processes before starting the launcher again.",
+                "Error", MB_ICONERROR);
+    messageBoxOpen = false;
+    QCoreApplication::quit();
 }

@@ -1,4 +1,5 @@
-// The process table as this program reads it: the first 1024 identifiers, and names without folders.
+// The process table as this program reads it: the first 1024 identifiers, names without folders, and the
+// question whether the game runs.
 #pragma once
 
 #include <string>
@@ -14,3 +15,7 @@ std::vector<DWORD> RunningProcesses();
 // (UnknownProcessName) for a process that can't be opened or read.
 std::string ProcessName(DWORD process);
 extern const char* const UnknownProcessName;
+
+// True if a process other than this one has `name` in its file name, in any case, launchers included; the
+// game's servers don't count. False also if the process table can't be read. A snapshot.
+bool IsGameProcessRunning(std::string name);

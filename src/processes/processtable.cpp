@@ -1,9 +1,17 @@
-#include "processes/processname.h"
+#include "processes/processtable.h"
 
 #include <algorithm>
 
+#include "helpers/text.h"
+
 namespace {
 constexpr std::size_t MaxProcesses = 1024;
+
+// The game's servers have its name in theirs. They never count.
+bool IsServer(const std::string& loweredName)
+{
+    return Contains(loweredName, "lobbyserver") || Contains(loweredName, "loginserver");
+}
 } // namespace
 
 const char* const UnknownProcessName = "<unknown>";
@@ -33,4 +41,17 @@ std::string ProcessName(DWORD process)
                       GetModuleBaseNameA(handle, executable, name, sizeof(name)) > 0;
     CloseHandle(handle);
     return read ? name : UnknownProcessName;
+}
+
+bool IsGameProcessRunning(std::string name)
+{
+    const DWORD ownProcess = GetCurrentProcessId();
+    ToLower(name);
+    for (const DWORD process : RunningProcesses()) {
+        std::string processName = ProcessName(process);
+        ToLower(processName);
+        if (!IsServer(processName) && Contains(processName, name) && process != ownProcess)
+            return true;
+    }
+    return false;
 }

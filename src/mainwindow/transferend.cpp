@@ -1,8 +1,6 @@
-// Judges the end of every transfer, and reports what failed.
-#include <QLabel>
+// The end of every transfer, and the report of what failed.
 #include <QNetworkReply>
 #include <QProgressBar>
-#include <QPushButton>
 #include <QWebEngineView>
 
 #include "helpers/files.h"
@@ -58,13 +56,6 @@ void LogCause(MainWindow& window, int error)
     if (const char* name = NameOf(error))
         window.Log(name);
 }
-
-void OfferPlayOffline()
-{
-    QPushButton& play = *LauncherContext::Instance().Play;
-    play.setText("Play Offline");
-    play.setEnabled(true);
-}
 } // namespace
 
 void MainWindow::TransferFinished(QtDownload* transfer, int error)
@@ -89,13 +80,13 @@ void MainWindow::TransferFinished(QtDownload* transfer, int error)
     if (updateState == UpdateState::FetchingList) {
         // Processes events, so ticks run in it. None of them deletes `transfer`, whose slot is still on the
         // stack: nothing is drained in this state.
-        const ListResult result = ProcessFileList();
-        if (result == ListResult::Refused)
+        const bool complete = ProcessFileList();
+        if (updateState == UpdateState::Offline) // the list was refused
             return;
         updateState = UpdateState::DownloadingFiles;
         LauncherContext::Instance().ProgressBar->setHidden(false);
         SetProgress(0.0f);
-        if (result == ListResult::Blocked) {
+        if (!complete) {
             updateState = UpdateState::ProcessesBlocking;
             return;
         }
@@ -103,15 +94,4 @@ void MainWindow::TransferFinished(QtDownload* transfer, int error)
     // A file that ended well after another one had failed.
     if (updateState == UpdateState::Offline)
         OfferPlayOffline();
-}
-
-void MainWindow::EndOffline(const std::string& status)
-{
-    const LauncherContext& context = LauncherContext::Instance();
-    context.StatusText->setText(status.c_str());
-    context.PercentageText->setText("");
-    context.ProgressBar->setHidden(true);
-    SetProgress(0.0f);
-    updateState = UpdateState::Offline;
-    OfferPlayOffline();
 }
