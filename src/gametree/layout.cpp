@@ -1,9 +1,26 @@
 #include "gametree/layout.h"
 
+#include <algorithm>
+
 #include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
+
+bool IsProgramOrPaper(const std::string& path)
+{
+    for (const std::string ending : ProgramOrPaperEndings) {
+        std::string last = path.substr(path.size() - std::min(path.size(), ending.size()));
+        if (Equals(ToLower(last), ending))
+            return true;
+    }
+    return false;
+}
+
+std::string TopComponent(const std::string& path)
+{
+    return path.substr(0, path.find_first_of("\\/"));
+}
 
 const char* SparedNameIn(const std::string& path)
 {

@@ -32,9 +32,22 @@ constexpr char GameName[] = "Tessaloom";
 // The published list. A path that holds this name anywhere is never fetched.
 constexpr char ListFileName[] = "List.txt";
 
+// The root's folder in which launcher and game stand.
+constexpr char TopFolder[] = "Game";
+
 // Files of the installer and of the game's own run: a path that holds one of these names anywhere is never
 // deleted as unlisted, and therefore never published.
 constexpr const char* SparedNames[] = {"unins000.exe", "unins000.dat", "engineLog.txt", "webBrowserLog.txt"};
+
+// How the files end by which a folder shows that it is somebody's: programs, their shortcuts, and papers. In
+// lower case.
+constexpr const char* ProgramOrPaperEndings[] = {".exe", ".lnk", ".doc", ".docx", ".xls", ".xlsx", ".pdf"};
+
+// True if the path ends in one of ProgramOrPaperEndings, in any case.
+bool IsProgramOrPaper(const std::string& path);
+
+// The first component of a relative path. Both slash kinds separate.
+std::string TopComponent(const std::string& path);
 
 // The first of SparedNames that `path` holds, or null.
 const char* SparedNameIn(const std::string& path);
