@@ -32,9 +32,6 @@ constexpr char GameName[] = "Tessaloom";
 // The published list. A path that holds this name anywhere is never fetched.
 constexpr char ListFileName[] = "List.txt";
 
-// The root's folder in which launcher and game stand.
-constexpr char TopFolder[] = "Game";
-
 // Files of the installer and of the game's own run: a path that holds one of these names anywhere is never
 // deleted as unlisted, and therefore never published.
 constexpr const char* SparedNames[] = {"unins000.exe", "unins000.dat", "engineLog.txt", "webBrowserLog.txt"};
