@@ -118,7 +118,8 @@ private:
     // --- reconciliation.cpp ---
 
     // Deletes unlisted files, makes listed folders and removes unlisted ones. False as soon as a change is
-    // needed while a game process runs.
+    // needed while a game process runs. Also false if the root holds other things than the game: then nothing
+    // has been changed, and the cycle has ended.
     bool ReconcileTree(const std::string& treeRoot, const ContentList& content);
 
     // --- changedetection.cpp ---

@@ -2,6 +2,7 @@
 // make listed folders, remove unlisted folders. The lines are logged whether or not the operation succeeded;
 // the next run tries again.
 #include "gametree/filelist.h"
+#include "gametree/foreignfiles.h"
 #include "gametree/layout.h"
 #include "gametree/strings.h"
 #include "helpers/files.h"
@@ -90,10 +91,18 @@ bool RemoveUnlistedFolders(MainWindow& window, const std::string& prefix,
 
 bool MainWindow::ReconcileTree(const std::string& treeRoot, const ContentList& content)
 {
-    Log("Deleting files and directories that are not in the list");
-    const std::string prefix = treeRoot + "\\";
     // Not renewed between the passes: a folder is found by the files that it held.
     const std::vector<std::string> treeEntries = TreeEntries(treeRoot);
+    const std::vector<std::string> foreign = ForeignFiles(treeEntries, content);
+    if (!foreign.empty()) {
+        RefuseToUpdate("the folder \"" + treeRoot + "\\" + TopComponent(foreign.front()) +
+                       "\" is not the game's, and an update would delete \"" + foreign.front() +
+                       "\" in it. Give the game a folder of its own that holds nothing else");
+        return false;
+    }
+
+    Log("Deleting files and directories that are not in the list");
+    const std::string prefix = treeRoot + "\\";
     return DeleteUnlistedFiles(*this, prefix, treeEntries, content) &&
            MakeListedFolders(*this, prefix, content) &&
            RemoveUnlistedFolders(*this, prefix, treeEntries, content);
