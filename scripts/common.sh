@@ -94,8 +94,8 @@ build() {
     fi
 }
 
-# run_tests PRESET FOLDER: runs ctest and counts the rows of its tests. A program that fails without a failed
-# row has crashed or run out of time, and counts as one.
+# run_tests PRESET FOLDER: runs ctest and counts the rows of its tests, of Qt Test's and of bats's. A program that fails
+# without a failed row has crashed or run out of time, and counts as one.
 run_tests() {
     local code=0 good bad left log=$2/Testing/Temporary/LastTest.log
     say "Tests in $2"
@@ -105,7 +105,8 @@ run_tests() {
     read -r good bad left < <(awk '
         /^[0-9]+\/[0-9]+ Testing: / { rows = 0; failures = 0 }
         /^PASS   : / { if (!/(initTestCase|cleanupTestCase)\(\)/) { ++good; ++rows } }
-        /^FAIL!  : / { ++bad; ++failures }
+        /^ok [0-9]+ / { ++good; ++rows }
+        /^FAIL!  : |^not ok [0-9]+ / { ++bad; ++failures }
         /^SKIP   : / { ++left; ++rows }
         /^Test Passed/ { if (!rows) ++good }
         /^Test Failed/ { if (!failures) ++bad }
