@@ -12,54 +12,10 @@
 #include <string>
 #include <vector>
 
-#ifdef _WIN32
+// --- The program's own questions to the system, answered by posix/*.cpp and windows/*.cpp ---
 
-#include <windows.h>
-
-#include <intrin.h>
-#include <io.h>
-#include <malloc.h>
-#include <psapi.h>
-#include <share.h>
-#include <shellapi.h>
-#include <shobjidl.h>
-
-#include <QByteArray>
-
-// The path in the form that Qt and the standard library of this system take.
-inline std::string NativePath(const std::string& path)
-{
-    return path;
-}
-
-// Nothing to fix here: the C library's locale stays "C", and the manifest asks for the UTF-8 code page.
-inline void FixTextConventions() {}
-
-// Nothing to do here: a process has one heap.
-inline void ShareHeapAmongThreads() {}
-
-// Folders that hold other things than a game, beside those that Qt can name: full paths in the local code
-// page. Some may not exist, and some may be named twice.
-inline std::vector<std::string> SystemFolders()
-{
-    // By way of Qt: Wine's own call cuts off what holds letters outside ASCII.
-    const auto variable = [](const char* name) { return qgetenv(name).toStdString(); };
-    std::vector<std::string> folders = {variable("SystemRoot") + "\\Temp",
-                                        variable("USERPROFILE") + "\\Saved Games"};
-    for (const char* name : {"SystemRoot", "ProgramFiles", "ProgramFiles(x86)", "ProgramW6432", "ProgramData",
-                             "CommonProgramFiles", "APPDATA", "LOCALAPPDATA", "PUBLIC", "USERPROFILE",
-                             "OneDrive", "OneDriveConsumer", "OneDriveCommercial"})
-        folders.push_back(variable(name));
-    return folders;
-}
-
-#else
-
-#include <cstddef>
-#include <cstdint>
-
-// The path in the form that Qt and the standard library of this system take.
-// The calls below apply it themselves.
+// The path in the form that Qt and the standard library of this system take. The calls below apply it
+// themselves.
 std::string NativePath(const std::string& path);
 
 // Fixes numbers as text to the "C" format and the local code page to UTF-8, whatever the user's locale is.
@@ -72,8 +28,25 @@ void FixTextConventions();
 void ShareHeapAmongThreads();
 
 // Folders that hold other things than a game, beside those that Qt can name: full paths in the local code
-// page. Some may not exist.
+// page. Some may not exist, and some may be named twice.
 std::vector<std::string> SystemFolders();
+
+#ifdef _WIN32
+
+#include <windows.h>
+
+#include <intrin.h>
+#include <io.h>
+#include <malloc.h>
+#include <psapi.h>
+#include <share.h>
+#include <shellapi.h>
+#include <shobjidl.h>
+
+#else
+
+#include <cstddef>
+#include <cstdint>
 
 #define WINAPI
 #define STDMETHODCALLTYPE
