@@ -1,9 +1,9 @@
 #include "digest/filedigest.h"
 
 #include <algorithm>
-#include <memory>
 
 #include "digest/sha256.h"
+#include "helpers/files.h"
 #include "platform/platform.h"
 
 std::uint8_t* digestBuffer = nullptr;
@@ -15,20 +15,11 @@ constexpr std::int64_t WholeFileLimit = std::int64_t{1} << 32; // bytes; from he
 constexpr std::int64_t PieceSize = 1024 * 1024;
 constexpr std::size_t BufferAlignment = 64; // bytes, a cache line
 
-struct FileCloser
-{
-    void operator()(std::FILE* file) const
-    {
-        std::fclose(file);
-    }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
-
 // Opens the file at its start and sets `size` to its length in bytes. On failure gives null and sets -1.
-File OpenFile(const std::string& path, std::int64_t& size)
+FileHandle OpenFile(const std::string& path, std::int64_t& size)
 {
     size = -1;
-    File file(_fsopen(path.c_str(), "rb", _SH_DENYNO));
+    FileHandle file(_fsopen(path.c_str(), "rb", _SH_DENYNO));
     if (file == nullptr)
         return nullptr;
 
@@ -81,8 +72,8 @@ bool ReadIntoBuffer(std::FILE* file, std::int64_t size)
 // The same result as FileSha256, for a file that does not fit the buffer.
 std::string FileSha256InPieces(const std::string& path)
 {
-    std::int64_t left;
-    const File file = OpenFile(path, left);
+    std::int64_t left = 0;
+    const FileHandle file = OpenFile(path, left);
     if (file == nullptr || !GrowBuffer(PieceSize))
         return {};
 
@@ -108,7 +99,7 @@ void ReleaseDigestBuffer()
 
 std::uint8_t* ReadWholeFile(std::string path, std::int64_t& size)
 {
-    const File file = OpenFile(path, size);
+    const FileHandle file = OpenFile(path, size);
     if (file == nullptr)
         return digestBuffer;
     if (!FitsBuffer(size) || !GrowBuffer(size))
@@ -120,7 +111,7 @@ std::uint8_t* ReadWholeFile(std::string path, std::int64_t& size)
 
 std::string FileSha256(std::string path)
 {
-    std::int64_t size;
+    std::int64_t size = 0;
     const std::uint8_t* const bytes = ReadWholeFile(path, size);
     if (size < 0)
         return {};

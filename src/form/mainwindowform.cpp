@@ -48,7 +48,7 @@ void MainWindowForm::setupUi(QMainWindow* window)
     centralWidget = Create<QWidget>(window, "centralWidget");
 
     ProgressBar = Create<QProgressBar>(centralWidget, "ProgressBar", QRect(10, 413, 638, 10));
-    ProgressBar->setMaximum(10000);
+    ProgressBar->setMaximum(ProgressScale);
     ProgressBar->setValue(0);
     ProgressBar->setTextVisible(false);
 

@@ -10,6 +10,9 @@ class QTabWidget;
 class QWebEngineView;
 class QWidget;
 
+// The progress bar counts to this, and so does the taskbar's button.
+constexpr int ProgressScale = 10000;
+
 // Ten widgets at fixed pixel positions, in the order of their construction; each bears its field's name as
 // its object name. The widgets belong to the window through Qt's parent chain, the record to its creator.
 struct MainWindowForm

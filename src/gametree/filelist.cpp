@@ -55,9 +55,12 @@ void SplitLines(std::istream& text, std::vector<std::string>& lines)
 void SplitString(const std::string& text, const std::string& delimiter, std::vector<std::string>& fields)
 {
     std::size_t start = 0;
-    for (std::size_t end; (end = text.find(delimiter, start)) != std::string::npos;
-         start = end + delimiter.size())
+    std::size_t end = text.find(delimiter);
+    while (end != std::string::npos) {
         fields.push_back(text.substr(start, end - start));
+        start = end + delimiter.size();
+        end = text.find(delimiter, start);
+    }
     fields.push_back(text.substr(start));
 }
 

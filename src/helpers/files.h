@@ -1,8 +1,20 @@
 // Questions to the disk, and the removal of a directory tree. A failure shows in the result only.
 #pragma once
 
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
+
+// A file of the C library that is closed with its owner.
+struct FileCloser
+{
+    void operator()(std::FILE* file) const
+    {
+        std::fclose(file);
+    }
+};
+using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
 // Appends directory + "\" + name for each plain file, depth first, in the order the system gives. Directories
 // are never listed. If `recursive`, they are entered, also through links. An unreadable one appends nothing.

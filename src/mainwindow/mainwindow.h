@@ -148,3 +148,8 @@ private:
     // Tells the player that a game process runs, waits until he has closed the box, and quits.
     void EndBlocked();
 };
+
+// --- log.cpp ---
+
+// The local time of day as "hour:minute:second", two digits each: the stamp of a log line.
+std::string TimeOfDayText();

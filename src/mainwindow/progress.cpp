@@ -4,14 +4,12 @@
 
 #include <QProgressBar>
 
+#include "form/mainwindowform.h"
 #include "mainwindow/mainwindow.h"
 #include "platform/platform.h"
 #include "startup/launchercontext.h"
 
 namespace {
-// Both displays count to this; it is also the bar's maximum.
-constexpr int ProgressScale = 10000;
-
 // Truncated toward zero. What does not fit saturates, and what is not a number counts as 0: the plain
 // conversion would be undefined.
 int Scaled(float fraction)

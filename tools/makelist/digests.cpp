@@ -11,20 +11,13 @@
 
 #include "digest/sha256.h"
 #include "digest/sha256_blocks.h"
+#include "helpers/files.h"
 #include "platform/platform.h"
 
 namespace {
 // Bytes; small enough to stay in a processor's own cache between reading and hashing.
 constexpr std::size_t PieceSize = 256 * 1024;
 constexpr auto ProgressInterval = std::chrono::milliseconds(100);
-
-struct FileCloser
-{
-    void operator()(std::FILE* file) const
-    {
-        std::fclose(file);
-    }
-};
 
 std::string LastError(const char* what)
 {
@@ -38,7 +31,7 @@ FileDigest TakeDigest(const std::string& tree, const TreeFile& file, std::vector
 {
     errno = 0;
     const std::string path = tree + "\\" + file.path;
-    const std::unique_ptr<std::FILE, FileCloser> stream(_fsopen(path.c_str(), "rb", _SH_DENYNO));
+    const FileHandle stream(_fsopen(path.c_str(), "rb", _SH_DENYNO));
     if (stream == nullptr)
         return {"", LastError("can't be opened")};
     // Straight into the piece: the stream's own buffer would cost a copy.
