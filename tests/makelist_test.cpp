@@ -61,6 +61,7 @@ private slots:
         const std::string large(300000, 'x');
         QVERIFY(WriteTree(tree.Root(), {{"b.txt", "content"},
                                         {"new.lst", "old"},
+                                        {"new.lst.gz", "packed"},
                                         {"new.lst.aB3xYz", "half a list"},
                                         {"Game/a+b/new.lst", "another"},
                                         {"Game/a+b/z.dat", large},

@@ -97,7 +97,9 @@ struct Walk
         const std::string outputName = output.filename().u8string();
         const bool unfinished = !output.empty() && IsUnfinishedOutput(name, outputName);
         std::error_code error;
-        if ((unfinished || (!output.empty() && name == outputName)) &&
+        // The packed list beside it is for the web server.
+        const bool isOutput = !output.empty() && (name == outputName || name == outputName + ".gz");
+        if ((unfinished || isOutput) &&
             fs::equivalent(entry.path().parent_path(), output.parent_path(), error)) {
             found.leftOut.insert(path);
             if (unfinished)
