@@ -97,6 +97,28 @@ private slots:
         }
     }
 
+    // A proxy may take a packed list that it has in part for the complete one. Qt then unpacks the part.
+    void ofAPackedListThatIsCutNothingIsDeleted()
+    {
+        const Tree game = Files({"a", "sets/", "sets/a.map"});
+        const std::string list = "#records#7\r\n" + WindowUnderTest::ListOf(game);
+        const QByteArray packed =
+            qCompress(QByteArray::fromStdString(list)).mid(4); // without Qt's own length
+        int refused = 0;
+        for (int length = 0; length <= packed.size(); ++length) {
+            WindowUnderTest test;
+            test.Publish(game);
+            const QByteArray head = "HTTP/1.1 200 OK\r\nContent-Encoding: deflate\r\nContent-Length: ";
+            const QByteArray answer = head + QByteArray::number(length) + "\r\n\r\n" + packed.left(length);
+            test.server.scripts["List.txt"] = {0, answer.toStdString()};
+            QVERIFY(test.Update(game));
+            COMPARE_ALL(test.GameTree(), game);
+            refused += updateState == UpdateState::Offline;
+        }
+        // Without its end, the last digest may be cut: that file is fetched once more.
+        QVERIFY(refused > packed.size() - 60 && updateState == UpdateState::UpToDate);
+    }
+
     // In a process of its own that can't make a file longer than 4 KB, as if the disk were full.
     void onAFullDiskAListIsRefusedAndAFileIsCutShort()
     {
