@@ -1,13 +1,15 @@
-# Part of "cmake --install" of a mingw-w64 build: lays the libraries that `program` needs beside it, and the platform
-# plugin where Qt looks for it. What none of the folders has is the system's own.
+# Part of "cmake --install" of a mingw-w64 build: lays the libraries beside the programs that need them, and the
+# platform plugin where Qt looks for it. What none of the folders has is the system's own.
 #
-# Set before: `program` and `plugin`, files; `libraryFolders`, a list; `objdump` and `strip`, the tools that name a
-# file's libraries and drop what only a debugger wants; `destination`, below the prefix.
-# CMake's GET_RUNTIME_DEPENDENCIES is of no use here: it turns the names to lower case and then does not find them.
+# Set before: `destination`, below the prefix, where the programs are already; `plugin`, a file, or empty;
+# `libraryFolders`, a list; `objdump` and `strip`, the tools that name a file's libraries and drop what only a debugger
+# wants. CMake's GET_RUNTIME_DEPENDENCIES is of no use here: it turns the names to lower case and then does not find them.
 
 cmake_policy(VERSION 3.25)
+set(folder "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/${destination}")
+file(GLOB toRead "${folder}/*.exe")
+list(APPEND toRead ${plugin})
 set(libraries)
-set(toRead "${program}" "${plugin}")
 while(toRead)
     list(POP_FRONT toRead file)
     execute_process(COMMAND ${objdump} -p "${file}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
@@ -23,7 +25,6 @@ while(toRead)
     endforeach()
 endwhile()
 
-set(folder "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/${destination}")
 file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/${destination}" TYPE SHARED_LIBRARY FILES ${libraries})
 # Every start of the launcher copies them, and nine tenths of the compiler's are for a debugger. With
 # their dates, also the one inside, since players fetch again what differs.
@@ -31,4 +32,6 @@ foreach(library IN LISTS libraries)
     cmake_path(GET library FILENAME name)
     execute_process(COMMAND ${strip} --strip-unneeded --preserve-dates "${folder}/${name}" COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
-file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/${destination}/platforms" TYPE MODULE FILES "${plugin}")
+if(plugin)
+    file(INSTALL DESTINATION "${CMAKE_INSTALL_PREFIX}/${destination}/platforms" TYPE MODULE FILES "${plugin}")
+endif()
