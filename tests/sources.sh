@@ -51,6 +51,6 @@ check_rooms() {
 case "$*" in
     rooms) check_rooms ;;
     format) find src tools tests -name '*.cpp' -print0 -o -name '*.h' -print0 | xargs -0 clang-format --dry-run -Werror ;;
-    shell) shellcheck --external-sources --check-sourced run test windows bench .ci/run resources/make-icon scripts/runtest.sh tests/{sources,publisherroad}.sh tests/*.bats ;;
+    shell) shellcheck --external-sources --check-sourced run test windows bench .ci/run resources/make-icon scripts/{runtest,sign}.sh tests/{sources,publisherroad}.sh tests/*.bats ;;
     *) sed -n '2,/^[^#]/s/^# \?//p' "$0"; exit 2 ;;
 esac
