@@ -10,11 +10,16 @@
 // What the server does with a GET of one path.
 struct Script
 {
-    Script(int statusCode = 200, const std::string& content = "") : status(statusCode), body(content) {}
+    Script(int statusCode = 200, const std::string& content = "", const std::string& headLines = "",
+           int bytesToSend = -1)
+        : status(statusCode), body(content), head(headLines), sendOnly(bytesToSend)
+    {
+    }
 
     int status; // 0: no head, so that it is no HTTP
     std::string body;
-    int sendOnly = -1;   // bytes of the body after which the answer breaks off; -1: the whole body
+    std::string head;    // further lines of the head, each with its end
+    int sendOnly;        // bytes of the body after which the answer breaks off; -1: the whole body
     int delay = 0;       // milliseconds before the answer begins
     int pieceSize = 0;   // bytes that are sent at a time, a millisecond apart; 0: all at once
     bool stalls = false; // the connection stays open after the answer
@@ -75,7 +80,8 @@ private:
         if (script.status > 0) {
             const QByteArray length = QByteArray::number(static_cast<int>(script.body.size()));
             rest.prepend("HTTP/1.1 " + QByteArray::number(script.status) +
-                         " Scripted\r\nConnection: close\r\nContent-Length: " + length + "\r\n\r\n");
+                         " Scripted\r\nConnection: close\r\n" + script.head.c_str() +
+                         "Content-Length: " + length + "\r\n\r\n");
         }
         const int piece = script.pieceSize > 0 ? script.pieceSize : rest.size();
         auto* const timer = new QTimer(&socket);

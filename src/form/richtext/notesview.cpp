@@ -1,0 +1,58 @@
+#include "form/richtext/notesview.h"
+
+#include <QDesktopServices>
+#include <QPushButton>
+#include <QTextBrowser>
+#include <QVBoxLayout>
+
+namespace {
+// The page names the address, so no other program than a browser may come up.
+void OpenInBrowser(const QUrl& url)
+{
+    if (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http"))
+        QDesktopServices::openUrl(url);
+}
+} // namespace
+
+QWebEngineView::QWebEngineView(QWidget* parent)
+    : QWidget(parent), text(new QTextBrowser(this)), notes(new QWebEnginePage(this))
+{
+    // What the window sets on the view does not reach the widgets inside.
+    text->setContextMenuPolicy(Qt::NoContextMenu);
+    text->setFrameShape(QFrame::NoFrame);
+    text->setOpenLinks(false);
+    // A page that names no colours counts on a browser's.
+    QPalette palette = text->palette();
+    palette.setColor(QPalette::Base, Qt::white);
+    palette.setColor(QPalette::Text, Qt::black);
+    text->setPalette(palette);
+    setFocusProxy(text);
+
+    auto* const button = new QPushButton(QStringLiteral("Open in your browser"), this);
+    button->setFlat(true);
+    button->setFixedHeight(20);
+    button->setCursor(Qt::PointingHandCursor);
+    palette.setColor(QPalette::ButtonText, palette.color(QPalette::Link));
+    button->setPalette(palette);
+
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(text);
+    column->addWidget(button);
+
+    connect(button, &QPushButton::clicked, this, [this] { OpenInBrowser(notes->url()); });
+    connect(text, &QTextBrowser::anchorClicked, this, [this](const QUrl& link) {
+        if (link.isRelative() && link.path().isEmpty() && link.hasFragment())
+            text->scrollToAnchor(link.fragment());
+        else
+            OpenInBrowser(notes->url().resolved(link));
+    });
+    // Before the window's slot, which shows the view.
+    connect(notes, &QWebEnginePage::loadFinished, this, [this] { text->setDocument(notes->document()); });
+}
+
+void QWebEngineView::load(const QUrl& url)
+{
+    notes->load(url);
+}
