@@ -14,7 +14,7 @@ pictures=$sample/screenshots
 report=$sample/exitcodes
 picture=$sample/now.png
 serverPackages=(nginx openssl libnss3-tools)
-windowPackages=(xvfb xdotool imagemagick perl procps)
+windowPackages=(xvfb xdotool imagemagick g++ procps)
 
 # --- The game and its server ---
 
@@ -103,8 +103,8 @@ verify_update() {
 # start_launcher COMMAND...: starts the installed launcher as a player does. A supervisor notes its exit code, and those
 # of all processes that it leaves running.
 start_launcher() {
-    local supervisor=$PWD/scripts/supervise.pl
-    (cd "$release" && exec perl "$supervisor" "$report" "$@" >>"$sample/launcher.log" 2>&1 </dev/null) &
+    [[ -x $sample/supervise ]] || g++ -O1 -o "$sample/supervise" scripts/supervise.cpp
+    (cd "$release" && exec "$sample/supervise" "$report" "$@" >>"$sample/launcher.log" 2>&1 </dev/null) &
     started+=($!)
 }
 # "PID FOLDER" of every running temporary copy, under this system or under Wine.
