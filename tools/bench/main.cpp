@@ -48,6 +48,7 @@ int HintedDigest(const std::string& folder)
 {
     const std::vector<std::string> files = FilesIn(folder);
     std::vector<std::int32_t> sizes;
+    sizes.reserve(files.size());
     for (const std::string& file : files)
         sizes.push_back(static_cast<std::int32_t>(QFileInfo(NativePath(file).c_str()).size()));
     std::size_t digested = 0;
