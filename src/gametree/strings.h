@@ -12,8 +12,9 @@ extern std::string patchNotesUrl;
 // Prefix of the local copy of the file list, relative to the launcher's folder.
 extern const std::string parentPrefix;
 
-// Name of the temporary folders, before their number. An update deletes no file and no folder for itself whose
-// path contains it, only with an unlisted folder above it. Each start removes the folders numbered 1 to 10.
+// Name of the temporary folders, before their number. An update deletes no file and no folder for itself
+// whose path contains it, only with an unlisted folder above it. Each start removes the folders numbered 1
+// to 10.
 extern const std::string tempFolderStem;
 
 // Digest of the installed executable when the window opened; empty before that. If it differs at the end of

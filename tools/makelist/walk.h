@@ -19,7 +19,8 @@ struct FoundTree
 
 // Goes through the tree below `root`, links followed, and reports what the launcher's own walk skips
 // silently: what is neither a file nor a directory, and what can't be read. A link to a folder above it is an
-// error. `output` is the file that the list will be written to, or empty: it is left out, and so are its packed
-// copy (".gz") and what an ended run may have left of it. Gives an error if `root` itself can't be read.
+// error. `output` is the file that the list will be written to, or empty: it is left out, and so are its
+// packed copy (".gz") and what an ended run may have left of it. Gives an error if `root` itself can't be
+// read.
 std::error_code WalkTree(const std::filesystem::path& root, const std::string& output, FoundTree& found,
                          Remarks& remarks);
