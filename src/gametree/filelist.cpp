@@ -92,6 +92,7 @@ bool ParseFileList(const std::vector<std::string>& lines, ContentList& content, 
     };
     std::vector<std::string> fields;
     std::vector<std::string> counts;
+    content.fileNameIndex.reserve(lines.size());
     for (std::size_t i = 0; i < lines.size(); ++i) {
         SplitRecord(lines[i], fields);
         const bool isDirectory = Equals(fields[0], "D");

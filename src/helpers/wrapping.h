@@ -4,6 +4,9 @@
 
 #include <cstdint>
 
+// Amounts from here on are shown wrongly. Bytes.
+constexpr std::int64_t CounterLimit = std::int64_t{1} << 31;
+
 inline std::int32_t LowBits(std::int64_t value)
 {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));

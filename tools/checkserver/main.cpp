@@ -6,6 +6,7 @@
 
 #include "checkserver/servercheck.h"
 #include "console/commandline.h"
+#include "console/wording.h"
 #include "helpers/numbers.h"
 #include "platform/platform.h"
 
@@ -28,11 +29,6 @@ order of the list, and a summary. A server that sends no byte for 30
 seconds ends the check. Exit code 0: all is as the list says; 1: something is
 wrong; 2: wrong usage.
 )";
-
-std::string Count(std::size_t number, const char* what)
-{
-    return GroupDigits(std::to_string(number)) + " " + what + (number == 1 ? "" : "s");
-}
 
 std::string Summary(const CheckResult& result, bool quick)
 {

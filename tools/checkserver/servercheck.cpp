@@ -15,7 +15,7 @@
 #include <QTimer>
 
 #include "checkserver/answer.h"
-#include "console/remark.h"
+#include "console/wording.h"
 #include "digest/sha256.h"
 #include "gametree/address.h"
 #include "gametree/filelist.h"

@@ -4,7 +4,7 @@
 
 #include <QCoreApplication>
 
-std::optional<ExitCode> ReadCommandLine(QCommandLineParser& parser, const char* help)
+std::optional<ExitCode> ReadCommandLine(QCommandLineParser& parser, const char* help, int count)
 {
     const QCommandLineOption helpOption(QStringList{"h", "help"});
     const QCommandLineOption versionOption("version");
@@ -21,7 +21,7 @@ std::optional<ExitCode> ReadCommandLine(QCommandLineParser& parser, const char* 
         return Fine;
     }
     const QStringList arguments = parser.positionalArguments();
-    if (understood && arguments.size() == 1 && !arguments.first().isEmpty())
+    if (understood && arguments.size() == count && !arguments.contains(""))
         return std::nullopt;
 
     return ComplainAboutUsage(understood ? "" : parser.errorText(), help);

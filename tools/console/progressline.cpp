@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 
+#include "console/wording.h"
 #include "helpers/numbers.h"
 #include "platform/platform.h"
 
@@ -24,19 +24,6 @@ std::string Formatted(const char* format, double value)
     return text;
 }
 
-// "2 h 5 min", "3 min 20 s" or "20 s".
-std::string DurationText(double seconds)
-{
-    const auto whole = std::llround(seconds);
-    const auto text = [](std::int64_t number, const char* unit) {
-        return std::to_string(number) + " " + unit;
-    };
-    if (whole >= 3600)
-        return text(whole / 3600, "h ") + text(whole % 3600 / 60, "min");
-    if (whole >= 60)
-        return text(whole / 60, "min ") + text(whole % 60, "s");
-    return text(whole, "s");
-}
 } // namespace
 
 std::string ProgressText(const Progress& progress, double seconds)

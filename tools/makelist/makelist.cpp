@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "console/remark.h"
+#include "console/wording.h"
 #include "gametree/strings.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"

@@ -5,17 +5,16 @@
 
 #include <QString>
 
-#include "console/remark.h"
+#include "console/listfile.h"
+#include "console/wording.h"
 #include "gametree/address.h"
 #include "gametree/layout.h"
 #include "gametree/listedpath.h"
 #include "gametree/strings.h"
 #include "helpers/text.h"
+#include "helpers/wrapping.h"
 
 namespace {
-// From here on a signed 32-bit counter is wrong.
-constexpr std::int64_t CounterLimit = std::int64_t(1) << 31;
-
 // The part of the path for which the launcher spares the file, or the empty text.
 std::string SparedFor(const std::string& path)
 {
@@ -104,8 +103,7 @@ void JudgeList(const std::set<std::string>& directories, const std::set<std::str
     std::unordered_map<std::string, std::string> namesByFoldedName;
     for (const std::set<std::string>* names : {&directories, &files}) {
         for (const std::string& name : *names) {
-            const std::string folded = QString::fromUtf8(name.c_str()).toLower().toUtf8().toStdString();
-            const auto [first, isNew] = namesByFoldedName.emplace(folded, name);
+            const auto [first, isNew] = namesByFoldedName.emplace(WithoutCase(name), name);
             if (!isNew)
                 remarks.warnings.push_back(Remark(
                     name, "differs only in case from " + first->second + ": Windows holds one of them"));

@@ -5,7 +5,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
-#include "console/remark.h"
+#include "console/wording.h"
 #include "helpers/text.h"
 
 namespace fs = std::filesystem;
