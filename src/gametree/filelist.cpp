@@ -1,7 +1,7 @@
 #include "gametree/filelist.h"
 
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 
 #include "gametree/listedpath.h"
 #include "helpers/text.h"
@@ -9,6 +9,7 @@
 #include "platform/platform.h"
 
 namespace {
+constexpr std::size_t ReadBlock = 64 * 1024;
 constexpr int MostFields = 4; // that a record uses
 
 // Splits off at most the fields that a record uses, however long the line is.
@@ -33,23 +34,36 @@ const char* FindRecordFault(const std::vector<std::string>& fields, std::size_t 
 void ReadListLines(std::vector<std::string>& lines, const std::string& path)
 {
     // In binary mode, and CR LF taken below: text mode would read differently on each system, and on Windows
-    // end at a Ctrl-Z in the middle of the list.
-    std::ifstream file(NativePath(path), std::ios::binary);
-    SplitLines(file, lines);
-    // The disk failed in the middle. A part of the list would delete every file that the rest names.
-    if (file.bad())
-        lines.clear();
+    // end at a Ctrl-Z in the middle of the list. Not as a stream: some libraries' streams take a failed read
+    // for the end of the file.
+    std::FILE* const file = _fsopen(path.c_str(), "rb", _SH_DENYNO);
+    if (!file)
+        return;
+    std::string text;
+    std::vector<char> block(ReadBlock);
+    for (std::size_t got; (got = std::fread(block.data(), 1, block.size(), file)) > 0;)
+        text.append(block.data(), got);
+    // A disk that failed in the middle. A part of the list would delete every file that the rest names.
+    const bool complete = std::ferror(file) == 0;
+    std::fclose(file);
+    if (complete)
+        lines = SplitLines(text);
 }
 
-void SplitLines(std::istream& text, std::vector<std::string>& lines)
+std::vector<std::string> SplitLines(const std::string& text)
 {
-    std::string line;
-    while (std::getline(text, line)) {
-        const bool ended = !text.eof();
-        if (ended && !line.empty() && line.back() == '\r')
-            line.pop_back();
-        lines.push_back(line);
+    std::vector<std::string> lines;
+    for (std::size_t start = 0, next; start < text.size(); start = next) {
+        std::size_t end = text.find('\n', start);
+        const bool ended = end != std::string::npos;
+        next = ended ? end + 1 : text.size();
+        if (!ended)
+            end = text.size();
+        else if (end > start && text[end - 1] == '\r')
+            --end;
+        lines.push_back(text.substr(start, end - start));
     }
+    return lines;
 }
 
 void SplitString(const std::string& text, const std::string& delimiter, std::vector<std::string>& fields)

@@ -9,7 +9,6 @@
 #pragma once
 
 #include <cstdint>
-#include <iosfwd>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -49,9 +48,8 @@ struct ContentList
 // file can't be read to its end.
 void ReadListLines(std::vector<std::string>& lines, const std::string& path);
 
-// Splits `text`, which delivers its bytes as they are, in the same way. Does not tell whether it was read to
-// its end.
-void SplitLines(std::istream& text, std::vector<std::string>& lines);
+// The lines of a list that has come as text, taken in the same way.
+std::vector<std::string> SplitLines(const std::string& text);
 
 // Appends the fields of `text` to `fields`: one more than there are delimiters. `delimiter` is not empty.
 void SplitString(const std::string& text, const std::string& delimiter, std::vector<std::string>& fields);

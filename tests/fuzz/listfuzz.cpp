@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <sstream>
+#include <string>
 
 #include <QRegularExpression>
 
@@ -21,11 +21,8 @@ bool Stays(const std::string& path)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    std::istringstream text(std::string(reinterpret_cast<const char*>(data), size));
-    std::vector<std::string> lines;
-    SplitLines(text, lines);
     ContentList content;
-    if (!ParseFileList(lines, content))
+    if (!ParseFileList(SplitLines(std::string(reinterpret_cast<const char*>(data), size)), content))
         return 0;
     const std::vector<std::string>& files = content.fileNames;
     const bool isSound = !files.empty() && content.fileSizes.size() == files.size() &&

@@ -4,7 +4,6 @@
 #include <array>
 #include <map>
 #include <numeric>
-#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -182,9 +181,7 @@ void Check::JudgeList(const Answer& answer)
 
 std::string Check::ReadList(const std::string& type)
 {
-    std::istringstream text(std::exchange(listText, {}).toStdString());
-    std::vector<std::string> lines;
-    SplitLines(text, lines);
+    const std::vector<std::string> lines = SplitLines(std::exchange(listText, {}).toStdString());
     std::string listFault;
     if (!ParseFileList(lines, list, &listFault)) {
         const bool hasRecords = !list.directories.empty() || !list.fileNames.empty();
