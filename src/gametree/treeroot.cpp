@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <QDir>
-#include <QFileInfo>
 #include <QStandardPaths>
 #include <QStringList>
 
@@ -25,11 +24,10 @@ QString Comparable(const QString& path)
     return clean.endsWith(QLatin1Char('/')) ? clean : clean + QLatin1Char('/');
 }
 
-// The comparable path with its links resolved; empty if there is no such folder.
-QString ComparableTarget(const QString& path)
+// The same of a path in the form of TreeRoot.
+QString Comparable(const std::string& path)
 {
-    const QString target = QFileInfo(path).canonicalFilePath();
-    return target.isEmpty() ? QString() : Comparable(target);
+    return Comparable(QString::fromLocal8Bit(NativePath(path).c_str()));
 }
 
 bool IsOnShare(const QString& comparable)
@@ -59,22 +57,27 @@ bool IsSafeTreeRoot(const std::string& root)
     if (root.empty() || IsDriveRoot(root))
         return false;
 
-    const QString path = QString::fromLocal8Bit(NativePath(root).c_str());
     const QStringList folders = OtherFolders();
     const auto noneIsIn = [&folders](const QString& holder) {
         return std::none_of(folders.begin(), folders.end(), [&holder](const QString& folder) {
             return Comparable(folder).startsWith(holder);
         });
     };
-    if (!noneIsIn(Comparable(path)))
+    if (!noneIsIn(Comparable(root)))
         return false;
 
-    const QString target = ComparableTarget(path);
-    if (target.isEmpty() || !noneIsIn(target))
+    // Once more with what the system itself calls the folders.
+    const std::string finalRoot = FinalPath(root);
+    if (IsDriveRoot(finalRoot)) // or it can't be had
+        return false;
+    const QString target = Comparable(finalRoot);
+    if (!noneIsIn(target))
         return false;
     return std::none_of(folders.begin(), folders.end(), [&target](const QString& folder) {
         // A folder on a share can't lie on a local disk. It is not asked for: its server may not answer.
-        const bool elsewhere = IsOnShare(Comparable(folder)) && !IsOnShare(target);
-        return !elsewhere && ComparableTarget(folder).startsWith(target);
+        if (IsOnShare(Comparable(folder)) && !IsOnShare(target))
+            return false;
+        const std::string path = QDir::toNativeSeparators(folder).toLocal8Bit().toStdString();
+        return Comparable(FinalPath(path)).startsWith(target);
     });
 }

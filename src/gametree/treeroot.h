@@ -6,6 +6,7 @@
 
 // True if everything below `root`, a full path as TreeRoot gives it, may be treated as part of the game.
 // False for a drive's root, for the user's home, for a standard folder of the user or the system, for every
-// folder that holds one of these, and for a root whose canonical path can't be had. Links are followed. Asks
-// the disk only for what a comparison of the plain paths has not settled, but may wait for a slow one.
+// folder that holds one of these, and for a root whose final path can't be had. Links are followed, and with
+// them all that FinalPath sees through. Asks the disk only for what a comparison of the plain paths has not
+// settled, but may wait for a slow one.
 bool IsSafeTreeRoot(const std::string& root);

@@ -31,6 +31,11 @@ void ShareHeapAmongThreads();
 // page. Some may not exist, and some may be named twice.
 std::vector<std::string> SystemFolders();
 
+// The folder's full path as the system itself calls it, without a closing separator: not by way of a link, a
+// junction, the letter of another folder or of a share, or a short name. A share's path begins with two
+// backslashes. Empty if it can't be had. May wait for a slow disk or server.
+std::string FinalPath(const std::string& path);
+
 #ifdef _WIN32
 
 #include <windows.h>

@@ -31,6 +31,15 @@ std::string NativePath(const std::string& path)
     return native;
 }
 
+std::string FinalPath(const std::string& path)
+{
+    std::error_code error;
+    std::string found = std::filesystem::canonical(NativePath(path), error).string();
+    std::replace(found.begin(), found.end(), '/', '\\');
+    found.erase(found.find_last_not_of('\\') + 1);
+    return found;
+}
+
 std::vector<std::string> SystemFolders()
 {
     std::vector<std::string> folders = {
