@@ -97,6 +97,19 @@ private slots:
         }
     }
 
+    // Windows 10 1903 and all else read UTF-8. Its code pages before that read one byte a letter.
+    void theRootIsReadAlikeByTheSystemAndByQt()
+    {
+        const std::string plain = "C:\\Games\\x", utf8 = "C:\\J\xC3\xBCrgen", windows1252 = "C:\\J\xFCrgen";
+        QVERIFY(IsReadAlike(plain) && IsReadAlike(utf8) && !IsReadAlike(windows1252));
+        if (IsWindows)
+            QSKIP("Qt asks the system for the code page there.");
+        QTextCodec::setCodecForLocale(QTextCodec::codecForName("windows-1252"));
+        const QList<bool> alike = {IsReadAlike(plain), IsReadAlike(utf8), IsReadAlike(windows1252)};
+        FixTextConventions();
+        QCOMPARE(alike, QList<bool>({true, false, false}));
+    }
+
     void aRootHoldsNothingButTheGame()
     {
         for (const char* root : {"", "C:", "\\\\server\\share", "\\\\server"})

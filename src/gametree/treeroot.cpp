@@ -81,3 +81,9 @@ bool IsSafeTreeRoot(const std::string& root)
         return Comparable(FinalPath(path)).startsWith(target);
     });
 }
+
+bool IsReadAlike(const std::string& root)
+{
+    const QByteArray bytes = QByteArray::fromStdString(root);
+    return QString::fromUtf8(bytes).toLocal8Bit() == bytes;
+}

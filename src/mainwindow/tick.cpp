@@ -92,6 +92,12 @@ void MainWindow::BeginCycle(const std::string& treeRoot)
                        launcherFolder + "\"");
         return;
     }
+    if (!IsReadAlike(treeRoot)) {
+        RefuseToUpdate("the path \"" + treeRoot +
+                       "\" holds letters that this system does not read as UTF-8, so no new file could be "
+                       "written there. Before Windows 10 1903, use a path of plain English letters");
+        return;
+    }
     if (!IsSafeTreeRoot(treeRoot)) {
         RefuseToUpdate("the folder \"" + treeRoot +
                        "\" holds other things than the game, or can't be examined");
