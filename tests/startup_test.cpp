@@ -8,6 +8,7 @@
 #include "processes/processtable.h"
 #include "startup/application.h"
 #include "startup/launchercontext.h"
+#include "startup/relay.h"
 #include "startup/startclaim.h"
 #include "support/childprocess.h"
 #include "support/temporarytree.h"
@@ -27,6 +28,9 @@ private slots:
         QVERIFY(WriteTree(tree.Root(), {{folder, ""}}) && QDir::setCurrent(tree.Path(folder).c_str()));
         fileListUrl = "http://127.0.0.1:1/";
         patchNotesUrl = "about:blank";
+        // Another program has set it for the whole system.
+        const QByteArray foreign = tree.Root().c_str();
+        qputenv("QT_QPA_PLATFORM_PLUGIN_PATH", foreign);
         static QStringList seen;
         // Qt calls this in the constructor of the application object.
         qAddPreRoutine([] {
@@ -36,14 +40,34 @@ private slots:
                     for (const auto role : {QPalette::Window, QPalette::Button, QPalette::ButtonText})
                         seen += palette.color(group, role).name();
                 seen += LauncherContext::Instance().window->isVisible() ? "shown" : "hidden";
+                seen += QDir(QCoreApplication::libraryPaths().first()).dirName();
                 QCoreApplication::quit();
             });
         });
         LauncherContext& context = LauncherContext::Instance();
         RunApplication(context);
         const QStringList enabled = {"#353535", "#353535", "#ffffff"};
-        QCOMPARE(seen, enabled + enabled + QStringList({"#353535", "#787878", "#c8c8c8", "shown"}));
+        QCOMPARE(seen,
+                 enabled + enabled +
+                     QStringList({"#353535", "#787878", "#c8c8c8", "shown", (tempFolderStem + "1").c_str()}));
+        QVERIFY(qgetenv("QT_QPA_PLATFORM_PLUGIN_PATH") == foreign); // the game inherits it
         QVERIFY(context.closing && !context.window && !context.application);
+    }
+
+    // OneDrive marks all folders that it keeps.
+    void aReadOnlyTemporaryFolderIsRemoved()
+    {
+        const TemporaryTree tree;
+        const std::string folder = tempFolderStem + "2";
+        QVERIFY(WriteTree(tree.Root(), Files({folder + "/a.dll", folder + "/platforms/b.dll"})));
+        QVERIFY(QDir::setCurrent(tree.Root().c_str()));
+        for (const std::string& marked : {folder + "/platforms", folder}) {
+            const QFile::Permissions rights = QFile::ReadOwner | QFile::ExeOwner;
+            QVERIFY(QFile::setPermissions(marked.c_str(), rights));
+        }
+        RemoveTemporaryFolders();
+        QDir::setCurrent(QDir::tempPath()); // Windows removes no current directory
+        COMPARE_ALL(TreeOf(tree.Root()), Tree());
     }
 
     // The last one, since the temporary folder that it sets goes with it.

@@ -121,10 +121,13 @@ BOOL GetFileTime(HANDLE file, FILETIME* created, FILETIME* accessed, FILETIME* w
 BOOL SetFileTime(HANDLE file, const FILETIME* created, const FILETIME* accessed, const FILETIME* written);
 
 constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
+constexpr DWORD FILE_ATTRIBUTE_READONLY = 0x1;
 constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
 constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
 // A link that leads nowhere exists.
 DWORD GetFileAttributesA(LPCSTR path);
+// Gives the owner all rights to a file or folder that is not to be read-only. Other attributes are ignored.
+BOOL SetFileAttributesA(LPCSTR path, DWORD attributes);
 
 struct WIN32_FIND_DATAA
 {

@@ -32,13 +32,29 @@ QPalette DarkPalette()
     palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(200, 200, 200));
     return palette;
 }
+// Other programs set Qt's variables for the whole system, and the folders that they name hold the plugins of
+// another Qt. The launcher's own stand in the temporary folder, which is the current directory.
+QApplication* NewApplication(int& argumentCount)
+{
+    // Before those that QT_PLUGIN_PATH names.
+    QCoreApplication::addLibraryPath(QString::fromLocal8Bit(NativePath(CurrentDirectory()).c_str()));
+    // The folder that this one names would come before all others. Only the construction reads it.
+    constexpr char variable[] = "QT_QPA_PLATFORM_PLUGIN_PATH";
+    const QByteArray foreign = qgetenv(variable);
+    qunsetenv(variable);
+    auto* const application = new QApplication(argumentCount, nullptr);
+    // The game and the next launcher inherit what the player's system says.
+    if (!foreign.isNull())
+        qputenv(variable, foreign);
+    return application;
+}
 } // namespace
 
 void RunApplication(LauncherContext& context)
 {
     // Qt keeps a reference to the count, so it outlives the application. No command line reaches Qt.
     int argumentCount = 0;
-    context.application = new QApplication(argumentCount, nullptr);
+    context.application = NewApplication(argumentCount);
     FixTextConventions();
     QApplication::setStyle(QStyleFactory::create("Fusion"));
     QApplication::setPalette(DarkPalette());

@@ -26,6 +26,14 @@ std::vector<std::string> PlainFiles(const std::string& folder)
     return files;
 }
 
+// Windows removes no folder that is marked read-only, and OneDrive marks all that it keeps.
+void ClearReadOnly(const std::string& folder)
+{
+    const DWORD attributes = GetFileAttributesA(folder.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES)
+        SetFileAttributesA(folder.c_str(), attributes & ~FILE_ATTRIBUTE_READONLY);
+}
+
 // Copies files that stand directly in `from` into the existing folder `to`.
 void Copy(const std::vector<std::string>& files, const std::string& from, const std::string& to)
 {
@@ -43,6 +51,8 @@ void RemoveTemporaryFolders()
         const std::string folder = TemporaryFolderName(number);
         if (!PathExists(folder))
             continue;
+        ClearReadOnly(folder);
+        ClearReadOnly(folder + "\\" + PluginFolderName);
         try {
             RemoveDirectoryTree(folder);
         } catch (...) {
