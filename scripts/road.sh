@@ -76,9 +76,9 @@ start_server() {
 
 # --- The tree and what was fetched for it ---
 
-# Names what differs. The temporary folders belong to the launcher, "started.txt" to the sample game.
+# Names what differs. The temporary folders belong to the launcher, "started.txt" to the sample game, "unins000" to setup.
 tree_is_as_published() {
-    diff -rq -x List.txt -x 'LAUNCHER_TEMP_EXE_FOLDER*' -x started.txt "$published" "$tree" | sed 's/^/         /'
+    diff -rq -x List.txt -x 'LAUNCHER_TEMP_EXE_FOLDER*' -x started.txt -x 'unins000.*' "$published" "$tree" | sed 's/^/         /'
 }
 # expect_requests LIST...: notes what the server should log: each LIST, and once each file that the installed tree lacks
 # or has with other content.

@@ -1,72 +1,125 @@
 # shellcheck shell=bash
-# The road of ./run with the program for Windows, under Wine. It also tries what only an unattended run can: the update
-# replaces the launcher itself, two starts meet, files can't be replaced. ./windows sources it after road.sh.
+# The road of ./run with the packages for Windows, under Wine: a player installs the game with the setup program, updates
+# it, plays, installs once more and uninstalls. Before that, the packages are made and signed. ./windows sources it after
+# road.sh.
 
-settings=$tree/$game/settings.ini
-textures=Game/Tessaloom/Textures/textures.pak
-pattern="$tree/Game/Tessaloom/Patterns/Set 3/pattern 03.dat"
+keys=$temporary/keys
+unpacked=$temporary/unpacked
+shortcut="C:\\users\\$(id -un)\\AppData\\Roaming\\Microsoft\\Windows\\Start Menu\\Programs\\Tessaloom Launcher.lnk"
+entry='HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Tessaloom'
 
-# Nothing of this system's Qt or compiler is in reach: the relay and its copy find their libraries beside themselves.
-start_windows_launcher() { start_launcher wine64 ./TessaloomLauncher.exe; }
+# --- The packages ---
+
+# A run of its own, as a publisher starts it, with the password WORD: dist WORD
+dist() {
+    echo "$1" >"$keys/password"
+    UPDATE_SERVER_HOST=${sampleServers[0]} PATCH_NOTES_HOST=${sampleServers[1]} SIGN_CERTIFICATE=$keys/key.p12 \
+        SIGN_PASSWORD_FILE=$keys/password "$script" dist >"$keys/log" 2>&1
+}
+packages() { find "$windows" -maxdepth 1 -name 'Tessaloom*.*'; }
+a_wrong_password_leaves_no_package() { ! dist wrong && grep -q 'Wrong password' "$keys/log" && [[ -z $(packages) ]]; }
+is_signed() { osslsigncode verify -CAfile "$keys/certificate.pem" -in "$1" >/dev/null 2>&1; }
+
+make_signed_packages() {
+    mkdir -p "$keys"
+    openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj "/CN=Tessaloom test" -addext extendedKeyUsage=codeSigning \
+        -keyout "$keys/key.pem" -out "$keys/certificate.pem" 2>/dev/null
+    openssl pkcs12 -export -inkey "$keys/key.pem" -in "$keys/certificate.pem" -passout pass:right -out "$keys/key.p12"
+    say "Packages"
+    verify "a wrong password ends dist with its reason and without a package" a_wrong_password_leaves_no_package
+    dist right || give_up "The packages were not made." "$(tail "$keys/log")"
+    setup=$(packages | grep Setup)
+    mkdir "$unpacked"
+    local file
+    (cd "$unpacked" && for file in "$windows"/*.zip; do cmake -E tar xf "$file"; done)
+    while IFS= read -r file; do
+        verify "$(basename "$file") is signed" is_signed "$file"
+    done < <(packages | grep exe && find "$unpacked" -name '*.exe')
+    verify "each zip file has its licences" test 2 = "$(find "$unpacked" -name Qt-LGPL-3.txt | wc -l)"
+}
+
+# --- The setup program ---
+
+# run_setup FOLDER: silently. The folder comes last and without quotes, blanks and all.
+run_setup() {
+    local words
+    read -ra words <<<"/D=$(wine_path "$1")"
+    timeout 120 wine64 "$setup" /S "${words[@]}" </dev/null 2>/dev/null
+}
+# The version of Windows that Wine plays for the setup program: windows_version win7|win10
+windows_version() {
+    wine64 reg add "HKCU\\Software\\Wine\\AppDefaults\\$(basename "$setup")" /v Version /d "$1" /f >/dev/null 2>&1
+}
+content() { find "$1" -type f -printf '%P %s %T@\n' 2>/dev/null | sort; }
+# The setup program ends with 2, says why, and touches nothing: refuses FOLDER REASON
+refuses() {
+    local before said code=0
+    before=$(content "$1")
+    said=$(run_setup "$1") || code=$?
+    ((code == 2)) && [[ $said == *"$2"* && $(content "$1") == "$before" ]]
+}
+# In its own folder, where its exit code can be had.
+uninstaller_refuses() {
+    local words code=0
+    read -ra words <<<"_?=$(wine_path "$tree")"
+    wine64 "$tree/unins000.exe" /S "${words[@]}" </dev/null >/dev/null 2>&1 || code=$?
+    ((code == 2)) && [[ -e $release/TessaloomLauncher.exe ]]
+}
+installed_launcher_is_of_the_package() {
+    diff -r -x 'LAUNCHER_TEMP_EXE_FOLDER*' "$unpacked/TessaloomLauncher/Game/TessaloomLauncher/Release" "$release" |
+        sed 's/^/         /'
+}
+library_is_held() { tail -c 40 "$release/Qt5Core.dll" | grep -q 'Press any key'; }
+is_uninstalled() { [[ ! -e $tree/unins000.exe && ! -e $tree/Game ]]; }
+# The file that the update laid beside "Game" is not the setup program's.
+others_are_untouched() { [[ $(ls -A "$tree") == readme.txt && -e $sample/beside.txt ]]; }
+game_has_ended() { ! pgrep -f '[\\/]Tessaloom.exe' >/dev/null; }
+entries_are_gone() {
+    ! wine64 reg query "$entry" >/dev/null 2>&1 && [[ -z $(find "$WINEPREFIX/drive_c/users" -name 'Tessaloom*.lnk') ]]
+}
+
+# --- The launcher ---
+
+# By the shortcut's own target and folder, whatever the current folder is. Nothing of this system's Qt or compiler is in
+# reach: the relay and its copy find their libraries beside themselves.
+start_by_shortcut() { start_launcher env -C / wine64 start "$shortcut"; }
 # Relative paths of what the relay copies.
 program_files() { (cd "$1" && find . platforms -maxdepth 1 -type f ! -path './platforms/*' | sed 's|^\./||' | LC_ALL=C sort); }
 copy_is_complete() { diff "$sample/installed.files" <(program_files "$release/$launcherFolder") | sed 's/^/         /'; }
-only_one_launcher() { (($(temporary_copies | wc -l) == 1)); }
 # The link is drawn in a colour that nothing else in the window has.
 link_is_visible() { take_picture && (($(pixels '#2a82da') > 100)); }
-# The other start's supervisor waits as long as its launcher's window.
-one_start_is_left() { (($(jobs -pr | grep -cxF -e "${started[-1]}" -e "${started[-2]}") == 1)); }
-# The button as it was after the update, and with another text.
-button() { convert "$1" -crop 70x30+652+410 +repage gray:-; }
-offers_play() { play_is_enabled && cmp -s <(button "$picture") <(button "$pictures/patch-notes.png"); }
-offers_play_offline() { play_is_enabled && ! offers_play; }
-settings_are_held() { ! wine64 cmd /c type "$(wine_path "$settings")" >/dev/null 2>&1 </dev/null; }
-is_unfinished() { [[ -e $pattern ]] && ! cmp -s "$published/$textures" "$tree/$textures"; }
-
-# Starts the launcher once more, and waits for its window to be the only one. Sets `former` to the launcher before.
-restart_launcher() {
-    former=$launcherPid
-    start_windows_launcher
-    wait_for 60 ended "$former" || true
-    wait_for_play || true
-}
-# verify_start_mends WHAT
-verify_start_mends() {
-    restart_launcher
-    # A window that is not painted yet is as dark as an enabled button.
-    verify_within 60 "$1" tree_is_as_published
-    verify_within 20 "and offers to play" offers_play
-}
-# verify_settings_stay WHAT: starts the launcher with settings that it can't replace, and a readme that is missing.
-verify_settings_stay() {
-    cp "$settings" "$sample/settings.before"
-    rm "$tree/readme.txt"
-    restart_launcher
-    verify_within 60 "with $1, the launcher offers to play offline" offers_play_offline
-    verify "and leaves the file as it is" cmp "$sample/settings.before" "$settings"
-    verify "and has fetched the others" cmp "$published/readme.txt" "$tree/readme.txt"
-}
 
 play_road() {
-    local editor="$sample/Tessaloom Editor.exe" system32=$WINEPREFIX/drive_c/windows/system32 running list
+    local list foreign=$sample/foreign long
     say "Sample game"
     make_published_tree
-    # The game needs libraries too. In version 1 it is only a text file.
+    # The game needs libraries too.
     cp -r "$published/Game/TessaloomLauncher/Release"/{*.dll,platforms} "$published/$game/"
-    # The list maker for Windows finds its libraries in the current folder.
+    # The list maker for Windows finds its libraries beside itself.
     list=$(wine_path "$published/List.txt")
-    (cd "$published/$game" && wine64 "$build/make-list.exe" "$(wine_path "$published")" -o "$list") </dev/null \
+    wine64 "$unpacked/TessaloomPublisher/make-list.exe" "$(wine_path "$published")" -o "$list" </dev/null \
         >"$sample/make-list.log" 2>&1 || give_up "make-list failed." "Look into $sample/make-list.log."
-    make_installed_tree
-    # The launcher and a library differ from version 2, and still work.
-    printf 'of version 1' | tee -a "$release/libgcc_s_seh-1.dll" >>"$release/TessaloomLauncher.exe"
-    cp "$release/libgcc_s_seh-1.dll" "$release/left over.dll"
-    program_files "$release" >"$sample/installed.files"
-    expect_requests List.txt List.txt
     start_server 8m
 
+    say "Setup"
+    long=$sample/$(printf '%0140d' 0)
+    mkdir -p "$foreign"
+    touch "$foreign/holiday.jpg" "$sample/beside.txt"
+    verify "setup refuses a folder with a foreign file" refuses "$foreign" "holds holiday.jpg"
+    verify "and one whose path is too long" refuses "$long" "at most 140"
+    verify "and the home folder" refuses "$HOME" "a folder with other things in it"
+    windows_version win7
+    verify "and letters outside ASCII on an old Windows" refuses "$tree" "letters of ASCII only"
+    windows_version win10
+    verify "setup installs silently" run_setup "$tree"
+    verify "the launcher is that of the package" installed_launcher_is_of_the_package
+    verify "the uninstaller is signed" is_signed "$tree/unins000.exe"
+    program_files "$release" >"$sample/installed.files"
+    # The published launcher is another one: it is not signed.
+    expect_requests List.txt List.txt
+
     say "Road"
-    start_windows_launcher
+    start_by_shortcut
     watch_update
     verify "the temporary copy has the executable, its libraries and \"platforms\"" copy_is_complete
     # Wine's ShellExecute waits until the new program is idle, and Windows' does not: so the new launcher meets the old
@@ -75,68 +128,31 @@ play_road() {
     wait_for_play || give_up "The new launcher did not start." "Look into $sample/launcher.log."
     verify_first_tab link_is_visible
     verify_update
-
-    restart_launcher
-    verify "a second start ended the first window" ended "$former"
-    verify "and has the only one" only_one_launcher
+    verify "the update spared the uninstaller" is_signed "$tree/unins000.exe"
     verify_second_tab
-
-    # Any program will do, since only its name counts.
-    rm "$tree/readme.txt"
-    cp "$system32/notepad.exe" "$editor"
-    wine64 "$editor" >/dev/null 2>&1 </dev/null &
-    running=$!
-    started+=("$running")
-    wait_for 20 xdotool search --onlyvisible --name 'Notepad' >/dev/null || true
-    start_windows_launcher
-    wait_for_launcher
-    verify_within 60 "with a tool of the game running, a box says so" find_window Error
-    import -window root "$pictures/running-game.png"
-    xdotool windowfocus --sync "$window" key Return || true
-    verify_within 30 "and the launcher ended with 0" ended_well "$launcherPid"
-    verify "and changed nothing" test ! -e "$tree/readme.txt"
-    kill "$running" || true
-    wait "$running" || true
-
-    verify_start_mends "without it the next start mends the tree"
-
-    # The small files come before the large one.
-    rm "$pattern"
-    blob "old textures" 40960 "$tree/$textures"
-    start_windows_launcher
-    wait_for_launcher
-    wait_for 60 test -e "$pattern" || true
-    kill -KILL "$launcherPid"
-    verify "killed half-way, it leaves a part of the update" is_unfinished
-    verify_start_mends "and the next start brings the rest"
-
-    kill -KILL "$launcherPid"
-    wait_for 20 ended "$launcherPid" || true
-    program_files "$release" >"$sample/installed.files"
-    start_windows_launcher
-    start_windows_launcher
-    verify_within 60 "of two starts at once one is left" one_start_is_left
-    wait_for_play || true
-    verify "with the only window" only_one_launcher
-    verify "and the whole copy" copy_is_complete
-
-    # A redirection opens its file for itself alone. Nothing ever comes through the pipe, so it stays open.
-    mkfifo "$temporary/keys"
-    (cd "$tree/$game" && exec wine64 "$system32/cmd.exe" /c 'pause >>settings.ini' <>"$temporary/keys" >/dev/null 2>&1) &
-    running=$!
-    started+=("$running")
-    verify_within 20 "a program holds a file open" settings_are_held
-    verify_settings_stay "the file held open"
-    kill "$running" || true
-    wait "$running" || true
-    verify_start_mends "let go of it, the next start mends the tree"
-
-    printf 'version = 1\n' >"$settings"
-    chmod a-w "$settings"
-    verify_settings_stay "a read-only file"
-    chmod u+w "$settings"
-    verify_start_mends "writable, the next start mends it"
-
+    verify "setup refuses while the launcher is open" refuses "$tree" "TessaloomLauncher.exe is running"
+    verify "and so does the uninstaller" uninstaller_refuses
     press_play
     verify_play
+    wait_for 20 game_has_ended || true
+
+    # A redirection opens its file for itself alone. Nothing ever comes through the pipe, so it stays open.
+    mkfifo "$temporary/pipe"
+    (cd "$release" && exec wine64 cmd /c 'pause >>Qt5Core.dll' <>"$temporary/pipe" >/dev/null 2>&1) &
+    started+=($!)
+    wait_for 20 library_is_held || true
+    verify "setup changes nothing while a library can't be replaced" refuses "$tree" "Qt5Core.dll can't be replaced"
+    kill "${started[-1]}" && wait "${started[-1]}" || true
+
+    verify_within 30 "setup once more brings its launcher back" run_setup "$tree"
+    verify "with all of its files" installed_launcher_is_of_the_package
+    start_by_shortcut
+    wait_for 60 find_launcher && wait_for 60 ended "$launcherPid" && wait_for_play || true
+    verify_within 60 "which the next start updates again" tree_is_as_published
+    kill -KILL "$launcherPid"
+    wait_for 20 ended "$launcherPid" || true
+    wine64 "$tree/unins000.exe" /S </dev/null >/dev/null 2>&1 || true
+    verify_within 60 "uninstalled, the game is gone" is_uninstalled
+    verify "and the entries and shortcuts with it" entries_are_gone
+    verify "and no file beside \"Game\" or beside the root" others_are_untouched
 }
