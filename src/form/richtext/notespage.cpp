@@ -11,7 +11,9 @@
 #include <QPixmap>
 #include <QRegularExpression>
 #include <QSslError>
+#include <QTextBlock>
 #include <QTextCodec>
+#include <QTextCursor>
 #include <QTextDocument>
 #include <QTextFormat>
 #include <QTimer>
@@ -93,17 +95,44 @@ QString Reason(const QNetworkReply& reply)
     }
 }
 
-// Takes resources from the given ones only: Qt would read those that are null from the disk.
+// Takes resources from the given ones only: Qt would read those that
+// are null from the disk.
 class NotesDocument : public QTextDocument
 {
 public:
     NotesDocument(const QHash<QUrl, QVariant>& given, QObject* parent)
         : QTextDocument(parent), resources(given)
     {
-        // A browser's 16 pixels.
+        // A browser's defaults, for the page to override.
         QFont font = defaultFont();
-        font.setPointSize(12);
+        font.setPixelSize(16);
         setDefaultFont(font);
+        setDocumentMargin(0);
+        setDefaultStyleSheet(
+            QStringLiteral("body { margin: 8px } h1 { font-size: 32px } h2 { font-size: 24px }"
+                           "h3 { font-size: 19px } h4 { font-size: 16px } h5 { font-size: 13px }"));
+        setUndoRedoEnabled(false);
+    }
+
+    // Gives headings the size that the page names: Qt prefers one of its own.
+    void MendHeadings()
+    {
+        QList<QPair<QTextCursor, QTextCharFormat>> mended;
+        for (QTextBlock block = begin(); block.isValid(); block = block.next()) {
+            if (block.blockFormat().headingLevel() == 0)
+                continue;
+            for (auto part = block.begin(); !part.atEnd(); ++part) {
+                QTextCursor cursor(this);
+                cursor.setPosition(part.fragment().position());
+                cursor.setPosition(cursor.position() + part.fragment().length(), QTextCursor::KeepAnchor);
+                QTextCharFormat format = part.fragment().charFormat();
+                format.clearProperty(QTextFormat::FontSizeAdjustment);
+                mended.append({cursor, format});
+            }
+        }
+        // Afterwards, since it changes what the loops run over.
+        for (auto& [cursor, format] : mended)
+            cursor.setCharFormat(format);
     }
 
     QHash<QUrl, int> missing; // their types by their addresses
@@ -259,10 +288,12 @@ void QWebEnginePage::Compose()
             Fetch(one.key(), *one);
         }
     }
-    if (running.isEmpty())
+    if (running.isEmpty()) {
+        made->MendHeadings();
         Finish(made, true);
-    else
+    } else {
         delete made;
+    }
 }
 
 void QWebEnginePage::Fail(const QString& reason)

@@ -3,6 +3,7 @@
 #include <QDesktopServices>
 #include <QPushButton>
 #include <QTextBrowser>
+#include <QTextFrame>
 #include <QVBoxLayout>
 
 namespace {
@@ -21,17 +22,13 @@ QWebEngineView::QWebEngineView(QWidget* parent)
     text->setContextMenuPolicy(Qt::NoContextMenu);
     text->setFrameShape(QFrame::NoFrame);
     text->setOpenLinks(false);
-    // A page that names no colours counts on a browser's.
-    QPalette palette = text->palette();
-    palette.setColor(QPalette::Base, Qt::white);
-    palette.setColor(QPalette::Text, Qt::black);
-    text->setPalette(palette);
     setFocusProxy(text);
 
     auto* const button = new QPushButton(QStringLiteral("Open in your browser"), this);
     button->setFlat(true);
     button->setFixedHeight(20);
     button->setCursor(Qt::PointingHandCursor);
+    QPalette palette = button->palette();
     palette.setColor(QPalette::ButtonText, palette.color(QPalette::Link));
     button->setPalette(palette);
 
@@ -49,10 +46,23 @@ QWebEngineView::QWebEngineView(QWidget* parent)
             OpenInBrowser(notes->url().resolved(link));
     });
     // Before the window's slot, which shows the view.
-    connect(notes, &QWebEnginePage::loadFinished, this, [this] { text->setDocument(notes->document()); });
+    connect(notes, &QWebEnginePage::loadFinished, this, &QWebEngineView::ShowPage);
 }
 
 void QWebEngineView::load(const QUrl& url)
 {
     notes->load(url);
+}
+
+void QWebEngineView::ShowPage()
+{
+    // A page that names no colours counts on a browser's. The marks of lists have them in any case, so they
+    // must suit a dark page too.
+    const QBrush background = notes->document()->rootFrame()->frameFormat().background();
+    const bool isDark = background.style() != Qt::NoBrush && background.color().lightness() < 128;
+    QPalette colours = text->palette();
+    colours.setColor(QPalette::Base, Qt::white);
+    colours.setColor(QPalette::Text, isDark ? Qt::white : Qt::black);
+    text->setPalette(colours);
+    text->setDocument(notes->document());
 }

@@ -23,6 +23,8 @@ public:
     }
 
 private:
+    void ShowPage();
+
     QTextBrowser* text; // destroyed before the page, whose document it shows
     QWebEnginePage* notes;
 };
