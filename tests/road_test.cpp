@@ -6,6 +6,7 @@
 #include <clocale>
 #include <memory>
 #include <random>
+#include <set>
 
 #include "gametree/layout.h"
 #include "press.h"
@@ -57,7 +58,7 @@ struct Road
     }
     ~Road()
     {
-        EndLaunchers();
+        EndLaunchers(0);
     }
 
     // Starts the launcher in this folder of the tree, by default as the player does it. Neither a command
@@ -110,15 +111,23 @@ struct Road
         }
         return launchers;
     }
-    bool EndLaunchers() const
+    // Ends launchers until so many have been ended and none is left. Shortly after a start there is a copy
+    // that does not show its name yet.
+    bool EndLaunchers(std::size_t atLeast = 1) const
     {
-        for (const DWORD process : Launchers()) {
-            if (const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process)) {
-                TerminateProcess(handle, 0);
-                CloseHandle(handle);
+        std::set<DWORD> ended;
+        const auto noneIsLeft = [&] {
+            const std::vector<DWORD> launchers = Launchers();
+            for (const DWORD process : launchers) {
+                if (const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process)) {
+                    TerminateProcess(handle, 0);
+                    CloseHandle(handle);
+                    ended.insert(process);
+                }
             }
-        }
-        return QTest::qWaitFor([this] { return Launchers().empty(); }, 20000);
+            return launchers.empty() && ended.size() >= atLeast;
+        };
+        return QTest::qWaitFor(noneIsLeft, 60000);
     }
 
     TemporaryTree tree, web, said;
