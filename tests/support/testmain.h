@@ -12,8 +12,8 @@ Q_COREAPP_STARTUP_FUNCTION(FixTextConventions)
 inline const bool IsWindows = QSysInfo::kernelType() == "winnt";
 inline const char* const TemporaryFolderVariable = IsWindows ? "TMP" : "TMPDIR"; // of the environment
 
-// How many files this process holds open; 0 on Windows.
+// How many files this process holds open. Not for Windows.
 inline unsigned OpenFiles()
 {
-    return IsWindows ? 0 : QDir("/proc/self/fd").count(); // Wine shows its own
+    return QDir("/proc/self/fd").count();
 }
