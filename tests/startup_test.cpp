@@ -20,38 +20,74 @@ class StartupTest : public QObject
 {
     Q_OBJECT
 
+    static constexpr char foreignPlugins[] = "/somebody's/plugins";
+
+    // What was seen while the application ran.
+    static inline QStringList colours;
+    static inline QString pluginFolder;
+    static inline QString folderBeforeEnd; // the current one, before the refused start ended
+    static inline bool windowWasVisible = false;
+
 private slots:
-    void theApplicationIsDarkAndIsTornDownWhole()
+    // Runs the application once, beside a start that was refused and is ended after a while. Qt calls the
+    // function in the constructor of the application object.
+    void initTestCase()
     {
         const TemporaryTree tree;
         const std::string folder = "Game/TessaloomLauncher/Release/" + tempFolderStem + "1/";
         QVERIFY(WriteTree(tree.Root(), {{folder, ""}}) && QDir::setCurrent(tree.Path(folder).c_str()));
         fileListUrl = "http://127.0.0.1:1/";
         patchNotesUrl = "about:blank";
-        // Another program has set it for the whole system.
-        const QByteArray foreign = tree.Root().c_str();
-        qputenv("QT_QPA_PLATFORM_PLUGIN_PATH", foreign);
-        static QStringList seen;
-        // Qt calls this in the constructor of the application object.
+        qputenv("QT_QPA_PLATFORM_PLUGIN_PATH", foreignPlugins);
+        const ChildProcess refused(tree.Path(ProcessName(GetCurrentProcessId())));
+        static std::future<void> ending;
+        static HANDLE refusedStart;
+        refusedStart = OpenProcess(PROCESS_TERMINATE, FALSE, static_cast<DWORD>(refused.processId()));
         qAddPreRoutine([] {
+            ending = std::async(std::launch::async, [] {
+                Sleep(800);
+                folderBeforeEnd = QDir::current().dirName();
+                TerminateProcess(refusedStart, 0);
+            });
             QTimer::singleShot(100, qApp, [] {
                 const QPalette palette = QApplication::palette();
                 for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
                     for (const auto role : {QPalette::Window, QPalette::Button, QPalette::ButtonText})
-                        seen += palette.color(group, role).name();
-                seen += LauncherContext::Instance().window->isVisible() ? "shown" : "hidden";
-                seen += QDir(QCoreApplication::libraryPaths().first()).dirName();
+                        colours += palette.color(group, role).name();
+                windowWasVisible = LauncherContext::Instance().window->isVisible();
+                pluginFolder = QDir(QCoreApplication::libraryPaths().first()).dirName();
                 QCoreApplication::quit();
             });
         });
-        LauncherContext& context = LauncherContext::Instance();
-        RunApplication(context);
+        RunApplication(LauncherContext::Instance());
+        ending.wait();
+        CloseHandle(refusedStart);
+        QVERIFY(windowWasVisible);
+    }
+
+    void theApplicationIsDark()
+    {
         const QStringList enabled = {"#353535", "#353535", "#ffffff"};
-        QCOMPARE(seen,
-                 enabled + enabled +
-                     QStringList({"#353535", "#787878", "#c8c8c8", "shown", (tempFolderStem + "1").c_str()}));
-        QVERIFY(qgetenv("QT_QPA_PLATFORM_PLUGIN_PATH") == foreign); // the game inherits it
+        QCOMPARE(colours, enabled + enabled + QStringList({"#353535", "#787878", "#c8c8c8"}));
+    }
+
+    void theApplicationIsTornDownWhole()
+    {
+        const LauncherContext& context = LauncherContext::Instance();
         QVERIFY(context.closing && !context.window && !context.application);
+    }
+
+    // Another program has set the variable for the whole system. The game inherits it.
+    void theLaunchersOwnPluginsAreUsed()
+    {
+        QCOMPARE(pluginFolder, QString((tempFolderStem + "1").c_str()));
+        QCOMPARE(qgetenv("QT_QPA_PLATFORM_PLUGIN_PATH").constData(), foreignPlugins);
+    }
+
+    // Which it would count as a running game. The window's constructor leaves the temporary folder.
+    void theWindowIsBuiltAfterARefusedStartHasEnded()
+    {
+        QCOMPARE(folderBeforeEnd, QString((tempFolderStem + "1").c_str()));
     }
 
     // OneDrive marks all folders that it keeps.
