@@ -7,12 +7,9 @@
 namespace {
 PublishedList Parsed(const std::string& text)
 {
-    std::vector<std::string> lines;
-    for (const QString& line : QString::fromStdString(text).split('\n'))
-        lines.push_back(line.toStdString());
     PublishedList list;
     std::string fault;
-    if (!ParsePublishedList(lines, list, fault))
+    if (!ParsePublishedList(SplitLines(text), list, fault))
         qFatal("%s", fault.c_str());
     return list;
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bats
-# make-list where the disk is full and where it is ended, and check-server on nginx. The environment names the two
-# programs in MAKE_LIST and CHECK_SERVER. `bats --filter "full disk" tests/publisher.bats` runs single points.
+# make-list where the disk is full and where it is ended, and check-server on nginx. The environment names the
+# programs in MAKE_LIST, COMPARE_LISTS and CHECK_SERVER. `bats --filter "full disk" tests/publisher.bats` runs single points.
 bats_require_minimum_version 1.5.0
 # The messages that are compared are those of no language. Names outside ASCII come through there too.
 export LC_ALL=C
@@ -180,4 +180,31 @@ EOF
     unseen="the launcher can't tell a broken transfer from a complete one"
     finds chunked "List.txt: sent in chunks, without its length: $unseen"
     finds unknown "List.txt: sent without its length: $unseen"
+}
+
+@test "exit code 2 is wrong usage, 1 is what can't be done" {
+    while read -r code line; do
+        echo "$line"
+        run "-$code" bash -c "$line" </dev/null 3>&-
+    done <<'END'
+2 "$MAKE_LIST" tree more
+2 "$MAKE_LIST" --bogus
+2 "$MAKE_LIST" ""
+2 "$MAKE_LIST" tree -o ""
+1 "$MAKE_LIST" tree -o tree
+1 "$MAKE_LIST" tree -o nowhere/list.txt
+1 "$MAKE_LIST" nowhere
+2 "$COMPARE_LISTS" tree/List.txt
+2 "$COMPARE_LISTS" tree/List.txt nowhere
+2 "$COMPARE_LISTS" tree/List.txt tree/List.txt --rate 0
+0 "$COMPARE_LISTS" tree/List.txt tree/List.txt --rate 0.5
+1 "$COMPARE_LISTS" tree/List.txt new.txt
+2 "$CHECK_SERVER" ftp://host/
+2 "$CHECK_SERVER" http://host/?a
+2 "$CHECK_SERVER" http://host/ --list nowhere
+2 "$CHECK_SERVER" http://host/ --from http://host/
+1 "$CHECK_SERVER" https://127.0.0.1:1/
+0 "$CHECK_SERVER" --version
+0 "$CHECK_SERVER" --help | grep -q "1: something is wrong; 2: wrong usage."
+END
 }

@@ -21,8 +21,9 @@ declare -A mayInclude=(
     [qtdownload]="$core startup mainwindow"
     [mainwindow]="$core form qtdownload startup"
     [startup]="$core form mainwindow"
-    [console]="platform helpers"
+    [console]="platform helpers gametree"
     [makelist]="$core console"
+    [comparelists]="$core console"
     [checkserver]="$core console"
     [bench]="$core form mainwindow startup"
 )
@@ -68,7 +69,7 @@ check_tidy() {
 case "$*" in
     rooms) check_rooms ;;
     format) find src tools tests -name '*.cpp' -print0 -o -name '*.h' -print0 | xargs -0 clang-format --dry-run -Werror ;;
-    shell) shellcheck --external-sources --check-sourced run test windows bench .ci/run resources/make-icon scripts/{runtest,sign}.sh tests/{sources,publisherroad}.sh tests/*.bats ;;
+    shell) shellcheck --external-sources --check-sourced run test windows bench .ci/run resources/make-icon scripts/{runtest,sign}.sh tests/sources.sh tests/*.bats ;;
     size) check_size ;;
     tidy\ ?*) check_tidy "$2" ;;
     *) sed -n '2,/^[^#]/s/^# \?//p' "$0"; exit 2 ;;

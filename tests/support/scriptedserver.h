@@ -71,12 +71,12 @@ private:
         requests += path;
         heads += head;
         const auto found = scripts.find(path.toStdString());
-        Answer(socket, found != scripts.end() ? found->second : fallback);
+        Answer(socket, found != scripts.end() ? found->second : fallback, head.startsWith("HEAD "));
     }
 
-    void Answer(QTcpSocket& socket, const Script& script)
+    void Answer(QTcpSocket& socket, const Script& script, bool headOnly)
     {
-        QByteArray rest = QByteArray::fromStdString(script.body).mid(0, script.sendOnly);
+        QByteArray rest = QByteArray::fromStdString(script.body).mid(0, headOnly ? 0 : script.sendOnly);
         if (script.status > 0) {
             const QByteArray length = QByteArray::number(static_cast<int>(script.body.size()));
             rest.prepend("HTTP/1.1 " + QByteArray::number(script.status) +

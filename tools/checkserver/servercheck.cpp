@@ -14,13 +14,14 @@
 #include <QTimer>
 
 #include "checkserver/answer.h"
+#include "checkserver/freshness.h"
 #include "console/wording.h"
 #include "digest/sha256.h"
 #include "gametree/address.h"
 #include "gametree/filelist.h"
 #include "gametree/layout.h"
+#include "helpers/numbers.h"
 #include "helpers/text.h"
-#include "helpers/wrapping.h"
 
 namespace {
 // As many at once as in the launcher.
@@ -30,13 +31,9 @@ constexpr std::size_t ManagerCount = 3;
 constexpr qint64 ReadBufferSize = 256 * 1024; // bytes, of each request
 constexpr int LookInterval = 200;             // milliseconds
 
-using Clock = std::chrono::steady_clock;
+constexpr std::size_t ListItself = static_cast<std::size_t>(-1); // the place of the list
 
-// The list keeps the low 32 bits of a size.
-std::int64_t AddSize(std::int64_t sum, std::int32_t listedSize)
-{
-    return sum + static_cast<std::uint32_t>(listedSize);
-}
+using Clock = std::chrono::steady_clock;
 
 // Gives the same connections as no proxy at all, but makes Qt give their sockets a buffer. Without one Qt
 // reads the head of each answer byte by byte from the system, which takes half of the time for small files.
@@ -51,11 +48,36 @@ class BufferedSockets : public QNetworkProxyFactory
 // One of the requests that run side by side.
 struct Request
 {
-    QNetworkReply* reply = nullptr; // owned; null between two files
-    std::size_t place = 0;          // of its file in the list
-    std::int64_t received = 0;      // bytes of the body
-    Sha256Context context;          // of the body
+    QNetworkAccessManager* manager = nullptr; // not owned
+    QNetworkReply* reply = nullptr;           // owned; null between two files
+    std::size_t place = ListItself;           // of its file in the list
+    std::int64_t received = 0;                // bytes of the body
+    Sha256Context context;                    // of the body
 };
+
+QUrl ServerUrl(const std::string& address)
+{
+    return QUrl(QString::fromStdString("http://" + address), QUrl::StrictMode);
+}
+
+// Asks for the address, at the server `from` if that is not empty: there under the address's own host name,
+// which a certificate has to prove too.
+QNetworkRequest RequestFrom(const std::string& from, QUrl address)
+{
+    if (from.empty())
+        return QNetworkRequest(address);
+    const QUrl server = ServerUrl(from);
+    const QString host = address.host();
+    const QString hostAndPort = address.adjusted(QUrl::RemoveUserInfo).authority(QUrl::FullyEncoded);
+    address.setHost(server.host());
+    address.setPort(server.port(address.port()));
+    QNetworkRequest request(address);
+    request.setRawHeader("Host", hostAndPort.toLatin1());
+#if QT_VERSION >= QT_VERSION_CHECK(5, 13, 0)
+    request.setPeerVerifyName(host);
+#endif
+    return request;
+}
 
 class Check
 {
@@ -70,11 +92,15 @@ public:
     {
         for (QNetworkAccessManager& manager : managers)
             manager.setProxyFactory(new BufferedSockets);
+        for (std::size_t i = 0; i < requests.size(); ++i)
+            requests[i].manager = &managers[i % ManagerCount];
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, &loop, [this] { Look(); });
         timer.start(LookInterval);
         Send(requests.front(), ListFileName, false);
         loop.exec();
+        if (!result.ended)
+            SayFreshness();
         return result;
     }
 
@@ -84,15 +110,17 @@ private:
     void Finish(Request& request);
     void Look();
 
-    void JudgeList(const Answer& answer);
-    // Why there is no list to go by, or nothing; `type` is that of the content.
-    std::string ReadList(const std::string& type);
+    void CheckList(const Answer& answer);
+    // Why this is no list to go by, or nothing; `type` is that of the content.
+    std::string ReadList(const std::string& type, PublishedList& theirs);
     void SendNextFile(Request& request);
-    std::vector<std::string> JudgeFile(const Answer& answer, const Request& request) const;
+    std::vector<std::string> CheckFile(const Answer& answer, const Request& request) const;
     // Says the findings about a file, after those about all files before it.
     void Settle(std::size_t place, std::vector<std::string> reasons);
     void SayAll(const std::pair<const std::size_t, std::vector<std::string>>& reasons);
     void Say(const std::string& path, const std::string& reason);
+    void SayFreshness();
+    std::string Prefix() const;
 
     const CheckOptions& options;
     const FindingFunction& say;
@@ -106,7 +134,16 @@ private:
     std::array<Request, MaxRequests> requests;
 
     QByteArray listText; // until it is read
-    ContentList list;
+    PublishedList serversList;
+    const PublishedList* list = nullptr; // the one to go by: the server's own, or that of the options
+
+    // What may stay in caches, by the list or its files and by the reason.
+    struct Kept
+    {
+        std::size_t answers = 0;
+        std::int64_t seconds = 0; // at most
+    };
+    std::map<std::pair<bool, std::string>, Kept> kept;
     std::size_t nextToSend = 0;
     std::size_t nextToSay = 0;
     std::map<std::size_t, std::vector<std::string>> settled; // not said yet, by the place in the list
@@ -116,10 +153,8 @@ void Check::Send(Request& request, const std::string& path, bool headOnly)
 {
     request.received = 0;
     request.context.Reset();
-    const QNetworkRequest wire(RequestAddress(AddressText(options.base, path)));
-    QNetworkAccessManager& manager =
-        managers[static_cast<std::size_t>(&request - requests.data()) % ManagerCount];
-    request.reply = headOnly ? manager.head(wire) : manager.get(wire);
+    const QNetworkRequest wire = RequestFrom(options.from, RequestAddress(AddressText(options.base, path)));
+    request.reply = headOnly ? request.manager->head(wire) : request.manager->get(wire);
     request.reply->setReadBufferSize(ReadBufferSize);
     QObject::connect(request.reply, &QNetworkReply::readyRead, &loop, [this, &request] { Read(request); });
     QObject::connect(request.reply, &QNetworkReply::finished, &loop, [this, &request] { Finish(request); });
@@ -130,7 +165,7 @@ void Check::Read(Request& request)
     lastByte = Clock::now();
     std::array<char, 64 * 1024> piece;
     for (qint64 got; (got = request.reply->read(piece.data(), piece.size())) > 0; request.received += got) {
-        if (result.files == 0) {
+        if (request.place == ListItself) {
             listText.append(piece.data(), static_cast<int>(got));
         } else {
             request.context.Append(reinterpret_cast<const std::uint8_t*>(piece.data()),
@@ -145,62 +180,79 @@ void Check::Finish(Request& request)
     Read(request);
     Answer answer = ReadAnswer(*request.reply);
     answer.received = request.received;
+    const bool isList = request.place == ListItself;
+    const Freshness freshness = FindFreshness(*request.reply);
+    if (answer.status == 200 && freshness.seconds > 0) {
+        Kept& same = kept[{!isList, freshness.reason}];
+        ++same.answers;
+        same.seconds = std::max(same.seconds, freshness.seconds);
+    }
     // Not deleted at once: this runs inside a signal of the reply.
     std::exchange(request.reply, nullptr)->deleteLater();
 
-    if (result.files == 0) {
-        JudgeList(answer);
+    if (isList) {
+        CheckList(answer);
         return;
     }
     ++result.checked;
-    Settle(request.place, JudgeFile(answer, request));
+    Settle(request.place, CheckFile(answer, request));
     SendNextFile(request);
 }
 
-void Check::JudgeList(const Answer& answer)
+void Check::CheckList(const Answer& answer)
 {
     std::string fault = FindFault(answer, false);
-    if (fault.empty()) {
-        const std::string lostLength = FindLostLength(answer);
-        if (!lostLength.empty())
-            Say(ListFileName, lostLength);
-        fault = ReadList(answer.type);
-    }
+    if (fault.empty())
+        fault = ReadList(answer.type, serversList);
     if (!fault.empty()) {
         Say(ListFileName, fault);
+    } else {
+        const std::string lostLength = FindLostLength(answer);
+        // Of a packed list that counts its records, the launcher notices what is cut off.
+        if (!lostLength.empty() && !(serversList.countsRecords && !answer.packing.empty()))
+            Say(ListFileName, lostLength);
+        if (!serversList.countsRecords)
+            Say(ListFileName,
+                "without its number of records: the launcher can't tell a part of it from the complete list");
+        if (options.published != nullptr && !HaveSameRecords(serversList, *options.published))
+            Say(ListFileName, "the server gives out another list than " + options.publishedName + ", of " +
+                                  Count(serversList.sizes.size(), "file") +
+                                  ": an older version, or a cache before it");
+        list = &serversList;
+    }
+    if (options.published != nullptr)
+        list = options.published;
+    if (list == nullptr)
+        result.whyNothing = "there is no list to go by";
+    else if (answer.status == 0)
+        result.whyNothing = "the server does not answer";
+    if (!result.whyNothing.empty()) {
         loop.quit();
         return;
     }
 
-    result.files = state.files = list.fileNames.size();
+    result.files = state.files = list->sizes.size();
     if (!options.quick)
-        state.bytes = std::accumulate(list.fileSizes.begin(), list.fileSizes.end(), std::int64_t{0}, AddSize);
+        state.bytes = std::accumulate(list->sizes.begin(), list->sizes.end(), std::int64_t{0});
     for (Request& request : requests)
         SendNextFile(request);
 }
 
-std::string Check::ReadList(const std::string& type)
+std::string Check::ReadList(const std::string& type, PublishedList& theirs)
 {
-    const std::vector<std::string> lines = SplitLines(std::exchange(listText, {}).toStdString());
-    std::string listFault;
-    if (!ParseFileList(lines, list, &listFault)) {
-        const bool hasRecords = !list.directories.empty() || !list.fileNames.empty();
-        return hasRecords ? "an invalid list (" + listFault + "): every launcher refuses it"
-                          : "no list but something else (" + type + "): every launcher refuses it";
-    }
-    const std::string count = std::string("#") + RecordCountKey + "#";
-    if (std::none_of(lines.begin(), lines.end(),
-                     [&](const std::string& line) { return line.compare(0, count.size(), count) == 0; }))
-        Say(ListFileName,
-            "without its number of records: the launcher can't tell a part of it from the complete list");
-    return "";
+    std::string fault;
+    if (ParsePublishedList(SplitLines(std::exchange(listText, {}).toStdString()), theirs, fault))
+        return "";
+    const bool hasRecords = !theirs.content.directories.empty() || !theirs.content.fileNames.empty();
+    return hasRecords ? "an invalid list (" + fault + "): every launcher refuses it"
+                      : "no list but something else (" + type + "): every launcher refuses it";
 }
 
 void Check::SendNextFile(Request& request)
 {
-    while (nextToSend < list.fileNames.size()) {
+    while (nextToSend < list->content.fileNames.size()) {
         const std::size_t place = nextToSend++;
-        const std::string& path = list.fileNames[place];
+        const std::string& path = list->content.fileNames[place];
         if (Contains(path, ListFileName)) {
             ++result.checked;
             Settle(place, {std::string("never fetched, since its path holds \"") + ListFileName + "\""});
@@ -214,18 +266,18 @@ void Check::SendNextFile(Request& request)
         loop.quit();
 }
 
-std::vector<std::string> Check::JudgeFile(const Answer& answer, const Request& request) const
+std::vector<std::string> Check::CheckFile(const Answer& answer, const Request& request) const
 {
-    const std::string& path = list.fileNames[request.place];
+    const std::string& path = list->content.fileNames[request.place];
     std::vector<std::string> reasons;
     std::string fault = FindFault(answer, options.quick);
     if (fault.empty()) {
         const std::int64_t size = options.quick ? answer.announced : answer.received;
-        const std::int32_t listedSize = list.fileSizes[request.place];
-        if (size >= 0 && LowBits(size) != listedSize)
-            fault = "other size: " + std::to_string(size) + " bytes instead of " +
-                    std::to_string(AddSize(0, listedSize));
-        else if (!options.quick && !Equals(request.context.Finish(), list.fileDigests[request.place]))
+        const std::int64_t listedSize = list->sizes[request.place];
+        if (size >= 0 && size != listedSize)
+            fault = "other size: " + std::to_string(size) + " bytes instead of " + std::to_string(listedSize);
+        else if (!options.quick &&
+                 !Equals(request.context.Finish(), list->content.fileDigests[request.place]))
             fault = "other content: its digest is not that of the list";
         const std::string lostLength = FindLostLength(answer);
         if (!lostLength.empty())
@@ -265,7 +317,7 @@ void Check::Look()
         // Nobody waits for its end any more.
         request.reply->disconnect(&loop);
         std::exchange(request.reply, nullptr)->deleteLater();
-        if (result.files == 0)
+        if (request.place == ListItself)
             Say(ListFileName, reason);
         else
             settled[request.place] = {reason};
@@ -278,13 +330,31 @@ void Check::Look()
 void Check::SayAll(const std::pair<const std::size_t, std::vector<std::string>>& reasons)
 {
     for (const std::string& reason : reasons.second)
-        Say(list.fileNames[reasons.first], reason);
+        Say(list->content.fileNames[reasons.first], reason);
 }
 
 void Check::Say(const std::string& path, const std::string& reason)
 {
     ++result.findings;
-    say(Remark(path, reason));
+    say(Prefix() + Remark(path, reason));
+}
+
+void Check::SayFreshness()
+{
+    for (const auto& [kind, same] : kept) {
+        const auto& [areFiles, reason] = kind;
+        const std::string time = " in caches for " + RoughDurationText(same.seconds) + " (" + reason + ")";
+        say(Prefix() + (areFiles
+                            ? Count(same.answers, "file") + " may stay" + time +
+                                  ": after the next version is on line, players may get these of the old one"
+                            : Remark(ListFileName,
+                                     "may stay" + time + ": so long, players may not see the next version")));
+    }
+}
+
+std::string Check::Prefix() const
+{
+    return options.from.empty() ? "" : "from " + options.from + ": ";
 }
 } // namespace
 
@@ -300,8 +370,31 @@ std::string ServerBase(std::string address)
     return isHttp && !url.host().isEmpty() && !url.hasQuery() && !url.hasFragment() ? address : "";
 }
 
+bool IsServerAddress(const std::string& address)
+{
+    const QUrl url = ServerUrl(address);
+    return !url.host().isEmpty() && url.adjusted(QUrl::RemovePort) == QUrl("http://" + url.host()) &&
+           url.port(1) != 0;
+}
+
 CheckResult CheckServer(const CheckOptions& options, const FindingFunction& say,
                         const ProgressFunction& progress)
 {
     return Check(options, say, progress).Run();
+}
+
+std::string SummaryText(const CheckOptions& options, const CheckResult& result)
+{
+    const std::string start =
+        "check-server: " + options.base + (options.from.empty() ? "" : " from " + options.from) + ": ";
+    const std::string findings = Count(result.findings, "finding");
+    if (result.ended)
+        return start + "ended, since the server sent nothing for " +
+               Count(static_cast<std::size_t>(options.patience.count()), "second") + ": " +
+               GroupDigits(std::to_string(result.checked)) + " of " + Count(result.files, "file") +
+               " checked, " + findings;
+    if (!result.whyNothing.empty())
+        return start + "no file checked, since " + result.whyNothing;
+    return start + Count(result.files, "file") + " checked" + (options.quick ? " by length" : "") + ", " +
+           (result.findings > 0 ? findings : "all as the list says");
 }

@@ -37,10 +37,11 @@ QString ReadPublishedList(const QString& file, PublishedList& list)
     QFile opened(file);
     if (!opened.open(QIODevice::ReadOnly))
         return file + ": " + opened.errorString();
-    std::vector<std::string> lines;
-    ReadListLines(lines, file.toStdString());
+    const std::string text = opened.readAll().toStdString();
+    if (opened.error() != QFile::NoError)
+        return file + ": " + opened.errorString();
     std::string fault;
-    return ParsePublishedList(lines, list, fault) ? "" : file + ": is no list: " + fault.c_str();
+    return ParsePublishedList(SplitLines(text), list, fault) ? "" : file + ": is no list: " + fault.c_str();
 }
 
 bool HaveSameRecords(const PublishedList& a, const PublishedList& b)
