@@ -268,6 +268,21 @@ private slots:
         QVERIFY(leastTime.hasExpired());
     }
 
+    // A fine timer costs power, and a window may stay open for hours.
+    void theTimerIsFineUntilTheCycleEndsOrTheWindowCloses()
+    {
+        for (const bool closed : {true, false}) {
+            WindowUnderTest test;
+            QMetaObject::invokeMethod(&test.OpenStill(), "Update");
+            QVERIFY(timerIsFine && updateState == UpdateState::FetchingList);
+            if (closed)
+                test.Close();
+            else
+                QVERIFY(test.Update({}));
+            QTRY_VERIFY(!timerIsFine);
+        }
+    }
+
     void playQuitsAfterAFailureAndWithoutAGame()
     {
         WindowUnderTest test;

@@ -85,6 +85,7 @@ MainWindow::MainWindow()
 
 MainWindow::~MainWindow()
 {
+    SetTimerFine(false); // closed in the middle of a cycle
     ReleaseDigestBuffer();
     fileQueue.clear();
     DeleteTransfers();

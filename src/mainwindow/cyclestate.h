@@ -29,6 +29,12 @@ extern bool messageBoxOpen;         // the box about running processes; meanwhil
 // below any other.
 extern std::string checkedRoot;
 
-// Sets all of it for the cycle that is about to begin. The window's constructor calls it, since tests run
-// several cycles in one process.
+// Whether the system has been asked for a timer of 1 ms, and not yet told that this is over.
+extern bool timerIsFine;
+// Asks for it, or gives it back. The sleeps of a long list would add up to seconds on Windows otherwise.
+// After the cycle the window may stay open for hours.
+void SetTimerFine(bool fine);
+
+// Sets all but the timer for the cycle that is about to begin. The window's constructor calls it, since tests
+// run several cycles in one process.
 void ResetCycleState();

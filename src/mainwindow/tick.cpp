@@ -51,6 +51,7 @@ void MainWindow::Update()
 
     if (updateState <= UpdateState::DownloadingFiles)
         RunCycle();
+    SetTimerFine(updateState < UpdateState::UpToDate);
 
     if (updateState == UpdateState::ProcessesBlocking)
         EndBlocked();

@@ -43,6 +43,7 @@ std::string FinalPath(const std::string& path);
 #include <intrin.h>
 #include <io.h>
 #include <malloc.h>
+#include <mmsystem.h>
 #include <psapi.h>
 #include <share.h>
 #include <shellapi.h>
@@ -269,5 +270,9 @@ using __time64_t = std::int64_t;
 __time64_t _time64(__time64_t* time);
 errno_t _localtime64_s(std::tm* local, const __time64_t* time);
 void Sleep(DWORD milliseconds);
+// Asks for a timer that ticks as often, and gives it back: each call of the first needs one of the second. 0
+// for success. Without it, Windows' timer ticks each 15.6 ms, and a sleep lasts until its next tick.
+UINT timeBeginPeriod(UINT milliseconds);
+UINT timeEndPeriod(UINT milliseconds);
 
 #endif

@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QTabWidget>
 
+#include "bench/coarsetimer.h"
 #include "bench/measure.h"
 #include "digest/filedigest.h"
 #include "digest/readahead.h"
@@ -190,13 +191,19 @@ int main(int argc, char** argv)
     }
     if (command == "list")
         return List(folder);
+    if (command == "windows-list" || command == "unasked-list") {
+        timerOf = command == "windows-list" ? TimerOf::Windows : TimerOf::WindowsUnasked;
+        return List(folder);
+    }
     if (argc > 3 && command == "log")
         return Log(folder, std::atoi(argv[3]));
     if (command == "idle")
         return Idle(folder);
     std::fputs(
         "launcher_bench digest|hinted-digest FOLDER, start TREE URL, list|idle TREE, log TREE LINES\n"
-        "Also shani-digest, avx2-digest, plain-digest FOLDER: with one block function\n",
+        "Also shani-digest, avx2-digest, plain-digest FOLDER: with one block function\n"
+        "windows-list, unasked-list TREE: with the timer of Windows, as it is and if nobody asked for a "
+        "finer one\n",
         stderr);
     return 2;
 }

@@ -1,9 +1,7 @@
-// The time of day, and waiting.
+// The time of day.
 #include "platform/platform.h"
 
 #include <cerrno>
-#include <chrono>
-#include <thread>
 
 __time64_t _time64(__time64_t* time)
 {
@@ -17,9 +15,4 @@ errno_t _localtime64_s(std::tm* local, const __time64_t* time)
 {
     const std::time_t seconds = *time;
     return localtime_r(&seconds, local) ? 0 : errno;
-}
-
-void Sleep(DWORD milliseconds)
-{
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
