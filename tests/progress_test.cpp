@@ -1,5 +1,4 @@
-// What the bar, the taskbar's button and the line beside them show of the progress. Not for Windows, whose
-// taskbar has a score of further operations that a double would have to have.
+// What the bar, the taskbar's button and the line beside them show of the progress.
 #include <cmath>
 
 #include "mainwindow/speedmeter.h"
@@ -65,38 +64,40 @@ private slots:
         QCOMPARE(taskbar.calls.mid(94), QStringList({"9990 of 10000", "0 of 10000", "state 0"}));
     }
 
+    void aTransferShowsAmountSpeedAndPercentage_data()
+    {
+        QTest::addColumn<int>("totalBytes");
+        QTest::addColumn<int>("rateKB");
+        QTest::addColumn<QList<qint64>>("reports"); // by two transfers in turn
+        QTest::addColumn<QString>("text");
+        const auto row = [](const char* name, int total, int rate, const QList<qint64>& reports,
+                            const char* text) { QTest::newRow(name) << total << rate << reports << text; };
+        row("grouped digits", 1234 * MB, 850, {12 * MB}, "12 / 1 234 MB downloaded (850 KB/s)   0%");
+        row("truncated", 2 * MB, 1023, {MB - 1}, "0 / 2 MB downloaded (1 023 KB/s)   49%");
+        row("a whole MB", 2 * MB, 1024, {1, 0, 2 * MB}, "2 / 2 MB downloaded (1 MB/s)   100%");
+        row("fewer than before", 8 * MB, 1280, {3 * MB, 2 * MB, MB}, "3 / 8 MB downloaded (1.2 MB/s)   37%");
+        row("no total", 0, 0, {3 * MB}, "3 / 0 MB downloaded (0 KB/s)   0%");
+        row("beyond 4 GiB", 2 * MB, 0, {4097LL * MB}, "1 / 2 MB downloaded (0 KB/s)   50%");
+    }
     void aTransferShowsAmountSpeedAndPercentage()
     {
-        struct Row
-        {
-            std::int32_t totalBytes;
-            std::int32_t rateKB;
-            std::vector<qint64> reports; // by two transfers in turn
-            const char* text;
-        };
-        const Row rows[] = {
-            {1234 * MB, 850, {12 * MB}, "percentage: 12 / 1 234 MB downloaded (850 KB/s)   0%"},
-            {2 * MB, 1023, {MB - 1}, "percentage: 0 / 2 MB downloaded (1 023 KB/s)   49%"},
-            {2 * MB, 1024, {1, 0, 2 * MB}, "percentage: 2 / 2 MB downloaded (1 MB/s)   100%"},
-            {8 * MB, 1280, {3 * MB, 2 * MB, MB}, "percentage: 3 / 8 MB downloaded (1.2 MB/s)   37%"},
-            {0, 0, {3 * MB}, "percentage: 3 / 0 MB downloaded (0 KB/s)   0%"},
-            {2 * MB, 0, {4097LL * MB}, "percentage: 1 / 2 MB downloaded (0 KB/s)   50%"},
-        };
-        for (const Row& row : rows) {
-            WindowUnderTest test;
-            MainWindow& window = test.OpenStill();
-            QtDownload transfers[2];
-            window.TransferProgress(MB, &transfers[0]); // of the list, for which there is no meter
-            window.speedMeter = new SpeedMeter;
-            window.speedMeter->rateKB = row.rateKB;
-            window.totalBytes = row.totalBytes;
-            updateState = UpdateState::DownloadingFiles;
-            for (std::size_t i = 0; i < row.reports.size(); ++i)
-                window.TransferProgress(row.reports[i], &transfers[i % 2]);
-            updateState = UpdateState::Offline; // from then on the display stands still
-            window.TransferProgress(5 * MB, &transfers[1]);
-            QCOMPARE(test.Shows()[1], QString(row.text));
-        }
+        QFETCH(const int, totalBytes);
+        QFETCH(const int, rateKB);
+        QFETCH(const QList<qint64>, reports);
+        QFETCH(const QString, text);
+        WindowUnderTest test;
+        MainWindow& window = test.OpenStill();
+        QtDownload transfers[2];
+        window.TransferProgress(MB, &transfers[0]); // of the list, for which there is no meter
+        window.speedMeter = new SpeedMeter;
+        window.speedMeter->rateKB = rateKB;
+        window.totalBytes = totalBytes;
+        updateState = UpdateState::DownloadingFiles;
+        for (int i = 0; i < reports.size(); ++i)
+            window.TransferProgress(reports[i], &transfers[i % 2]);
+        updateState = UpdateState::Offline; // from then on the display stands still
+        window.TransferProgress(5 * MB, &transfers[1]);
+        QCOMPARE(window.ui->PercentageText->text(), text);
     }
 
     void theRateIsThatOfTheLastTwoSeconds()
