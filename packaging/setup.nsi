@@ -1,11 +1,12 @@
-; The setup program for players. Made by ./windows dist:
-; makensis -DVERSION=... -DTREE=<the player's tree, as installed> -DSETUP=<what to write> [-DSIGN=<command>] setup.nsi
+; The setup program for players. Made by ./windows dist, in the root of the checkout:
+; makensis -NOCD -DVERSION=... -DTREE=<the player's tree, as installed> -DSETUP=<what to write> [-DSIGN=<command>]
 ;
 ; It installs for one user, into a folder that holds nothing else: an update deletes what it does not know. Exit codes:
 ; 0 installed, 1 given up by the user, 2 refused or failed. A silent run (/S) says why on its standard output.
 
 Target amd64-unicode
 ManifestSupportedOS all
+ManifestDPIAware true
 RequestExecutionLevel user
 SetCompressor /SOLID lzma
 
@@ -51,10 +52,10 @@ VIAddVersionKey LegalCopyright ""
     !finalize '${SIGN} "%1"' = 0
 !endif
 
-!define MUI_ICON "../resources/launcher.ico"
+!define MUI_ICON "resources/launcher.ico"
 !define MUI_UNICON "${MUI_ICON}"
 !define MUI_ABORTWARNING
-!define MUI_DIRECTORYPAGE_TEXT_TOP "The game needs a folder of its own: new, empty, or the one of an earlier \
+!define MUI_DIRECTORYPAGE_TEXT_TOP "The game needs a folder of its own: new, empty, or that of an earlier \
     installation. Every update deletes what does not belong to the game.$\r$\n$\r$\nIts path may have at most \
     ${LONGEST_ROOT} bytes; letters outside ASCII count two to four."
 !define MUI_PAGE_CUSTOMFUNCTION_LEAVE LeaveFolderPage
