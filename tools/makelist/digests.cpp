@@ -9,6 +9,9 @@
 #include <numeric>
 #include <system_error>
 
+#include <QDateTime>
+#include <QFile>
+
 #include "digest/sha256.h"
 #include "digest/sha256_blocks.h"
 #include "helpers/files.h"
@@ -50,13 +53,21 @@ FileDigest TakeDigest(const std::string& tree, const TreeFile& file, std::vector
     if (std::ferror(stream.get()))
         return {"", LastError("can't be read")};
 
-    std::error_code error;
-    const auto changed = std::filesystem::last_write_time(std::filesystem::u8path(NativePath(path)), error);
-    if (size != file.size || error || changed != file.changed)
+    TreeFile read;
+    TakeState(stream.get(), read);
+    if (size != file.size || read.size != file.size || read.changed != file.changed)
         return {"", "changed while the list was made"};
     return {context.Finish(), ""};
 }
 } // namespace
+
+void TakeState(std::FILE* opened, TreeFile& file)
+{
+    QFile state;
+    state.open(opened, QIODevice::ReadOnly); // does nothing that can fail
+    file.size = state.size();
+    file.changed = state.fileTime(QFileDevice::FileModificationTime).toMSecsSinceEpoch();
+}
 
 std::vector<FileDigest> TakeDigests(const std::string& tree, const std::vector<TreeFile>& files,
                                     unsigned threads, const ProgressFunction& progress)

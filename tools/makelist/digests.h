@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -11,10 +11,14 @@
 // A file as the walk through its tree found it.
 struct TreeFile
 {
-    std::string path;       // relative to the tree, with backslashes
-    std::int64_t size = -1; // bytes
-    std::filesystem::file_time_type changed;
+    std::string path;         // relative to the tree, with backslashes
+    std::int64_t size = -1;   // bytes
+    std::int64_t changed = 0; // milliseconds since 1970
 };
+
+// Sets size and time of the file by what the system says of it when it is open. The folder's entry, which a
+// walk could take them from, is out of date on Windows if the file was changed under another name.
+void TakeState(std::FILE* opened, TreeFile& file);
 
 struct FileDigest
 {

@@ -30,9 +30,8 @@ std::set<std::string> DirectoriesAbove(const Paths& paths)
 
 // Warns of directories without a published file, since they get no record.
 void JudgeUnlistedDirectories(const std::set<std::string>& all, const std::set<std::string>& listed,
-                              const std::set<std::string>& leftOutFiles, Remarks& remarks)
+                              const std::set<std::string>& holdingLeftOut, Remarks& remarks)
 {
-    const std::set<std::string> holdingLeftOut = DirectoriesAbove(leftOutFiles);
     for (const std::string& directory : all) {
         if (listed.count(directory) != 0 || Contains(directory, tempFolderStem))
             continue;
@@ -69,7 +68,14 @@ std::string MakeList(std::string tree, Remarks& remarks, const ProgressFunction&
         files.insert(files.end(), file.path);
         totalSize += file.size;
     }
-    const std::set<std::string> directories = DirectoriesAbove(files);
+    std::set<std::string> directories = DirectoriesAbove(files);
+    // Launchers refuse a root that holds somebody else's programs. An empty folder beside "Game" tells them
+    // that the folder of this name was the game's before.
+    const std::set<std::string> leftOut = DirectoriesAbove(found.leftOut);
+    for (const std::string& directory : found.directories) {
+        if (LastBackslash(directory) < 0 && leftOut.count(directory) == 0)
+            directories.insert(directory);
+    }
     for (const std::string& directory : directories)
         JudgeName(directory, remarks);
     for (const TreeFile& file : found.files) {
@@ -78,7 +84,7 @@ std::string MakeList(std::string tree, Remarks& remarks, const ProgressFunction&
     }
     for (const std::string& file : found.leftOut)
         JudgeLeftOut(file, remarks);
-    JudgeUnlistedDirectories(found.directories, directories, found.leftOut, remarks);
+    JudgeUnlistedDirectories(found.directories, directories, leftOut, remarks);
     JudgeList(directories, files, totalSize, remarks);
     // With an error there will be no list, so no digests are needed.
     if (!remarks.errors.empty())

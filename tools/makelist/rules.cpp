@@ -32,6 +32,11 @@ bool IsInTemporaryFolder(const std::string& path)
            path[end] == '\\';
 }
 
+// Bytes. Windows and the launcher take 260 with the zero at the end. A usual root takes the rest: that of
+// setup is C:/Users/somebody/AppData/Local/Programs/Tessaloom, with a name of up to 20 letters.
+constexpr std::size_t LongestPath =
+    260 - sizeof("C:/Users/12345678901234567890/AppData/Local/Programs/Tessaloom/");
+
 std::string LastName(const std::string& path)
 {
     return path.substr(path.rfind('\\') + 1); // npos + 1 is 0
@@ -88,6 +93,11 @@ void JudgeFile(const std::string& path, std::int64_t size, Remarks& remarks)
     if (path.find_first_of("?%") != std::string::npos && !AddressKeepsPath(updateServerUrl, path))
         remarks.warnings.push_back(Remark(
             path, "\"?\" or \"%\" means something else in an address: the launcher asks for another file"));
+    if (path.size() > LongestPath)
+        remarks.warnings.push_back(
+            Remark(path, std::to_string(path.size()) +
+                             " bytes long: below a usual folder of a game it reaches the 260 "
+                             "bytes that no launcher can write"));
     if (!Contains(path, "."))
         remarks.warnings.push_back(
             Remark(path, "no dot in the whole path: a running game then stops every update"));

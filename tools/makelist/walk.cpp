@@ -1,12 +1,15 @@
 #include "makelist/walk.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include <QFileInfo>
 #include <QRegularExpression>
 
 #include "console/wording.h"
+#include "helpers/files.h"
 #include "helpers/text.h"
+#include "platform/platform.h"
 
 namespace fs = std::filesystem;
 
@@ -42,13 +45,13 @@ struct Walk
     const fs::path& output; // with links resolved, or empty
     FoundTree& found;
     Remarks& remarks;
-    std::vector<fs::path> entered = {}; // the folders from the root down to the current one, links resolved
+    std::vector<fs::path> entered = {}; // the folders from the root down to the current one
 
     // `relative` is empty or ends in a backslash.
     std::error_code Enter(const fs::path& folder, const std::string& relative)
     {
-        std::error_code error; // of this line, shows in an empty path
-        entered.push_back(fs::canonical(folder, error));
+        std::error_code error;
+        entered.push_back(folder);
         // By name, so that the remarks come in the same order on every disk.
         std::vector<fs::directory_entry> entries;
         for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
@@ -62,11 +65,14 @@ struct Walk
         return error;
     }
 
-    // True for a link to a folder that is being walked. The launcher would enter it again and again.
-    bool HasEntered(const fs::path& link) const
+    // True for a folder that is being walked, which the launcher would enter again and again. Not only links
+    // lead there: a junction of Windows is none to the standard library.
+    bool HasEntered(const fs::path& folder) const
     {
-        std::error_code error; // shows in an empty path, which no folder has
-        return std::count(entered.begin(), entered.end(), fs::canonical(link, error)) > 0;
+        return std::any_of(entered.begin(), entered.end(), [&folder](const fs::path& above) {
+            std::error_code error; // also means that they are not the same
+            return fs::equivalent(above, folder, error);
+        });
     }
 
     void Visit(const fs::directory_entry& entry, const std::string& relative)
@@ -77,7 +83,7 @@ struct Walk
         const fs::file_status status = entry.status(error);
         if (Contains(name, "\\")) {
             remarks.errors.push_back(Remark(path, "a name with \"\\\", which separates folders"));
-        } else if (fs::is_directory(status) && entry.is_symlink(error) && HasEntered(entry.path())) {
+        } else if (fs::is_directory(status) && HasEntered(entry.path())) {
             remarks.errors.push_back(Remark(path, "a link to a folder above it: the tree has no end"));
         } else if (fs::is_directory(status)) {
             found.directories.insert(path);
@@ -111,15 +117,17 @@ struct Walk
             found.leftOut.insert(path);
             return;
         }
+        errno = 0;
+        const FileHandle opened(_fsopen(entry.path().u8string().c_str(), "rb", _SH_DENYNO));
+        if (opened == nullptr) {
+            remarks.errors.push_back(
+                Remark(path, CantBeRead(std::error_code(errno, std::generic_category()))));
+            return;
+        }
         TreeFile file;
         file.path = path;
-        file.size = static_cast<std::int64_t>(entry.file_size(error));
-        if (!error)
-            file.changed = entry.last_write_time(error);
-        if (error)
-            remarks.errors.push_back(Remark(path, CantBeRead(error)));
-        else
-            found.files.push_back(std::move(file));
+        TakeState(opened.get(), file);
+        found.files.push_back(std::move(file));
     }
 };
 } // namespace
