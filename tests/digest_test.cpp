@@ -91,23 +91,6 @@ private slots:
         QCOMPARE(bufferSizes, QList<std::int64_t>({0, 6, 1000, 1000, 1000}));
     }
 
-    void whatIsNoFileHasNoDigest_data()
-    {
-        QTest::addColumn<std::int64_t>("size");
-        for (const char* name : {"absent", "folder", "folder\\"})
-            QTest::newRow(name) << std::int64_t{0};
-    }
-    void whatIsNoFileHasNoDigest()
-    {
-        QFETCH(std::int64_t, size);
-        const TemporaryTree tree;
-        QVERIFY(WriteTree(tree.Root(), {{"folder/", ""}}));
-        const std::string path = tree.WindowsRoot() + "\\" + QTest::currentDataTag();
-        QVERIFY(ReadWholeFile(path, size) == nullptr);
-        QCOMPARE(size, std::int64_t{-1});
-        QCOMPARE(FileSha256(path), std::string());
-    }
-
     void aFileOfMoreThanFourGigabytesIsDigestedInPieces()
     {
         // Ends in a hole, which takes no space on the disk. The pieces before it differ from each other.

@@ -152,7 +152,9 @@ struct Dice
             OneOf({"a.map", "b.map", "plain", "MyList.txt.x", "list.txt", "unins000.dat", "WEBBROWSERLOG.TXT",
                    "xengineLog.txt.old", "unins000.exe", IsWindows ? "a.map" : "A.map"});
         // Rare, or most updates would be refused for it.
-        return (Once(4) ? "" : Folder() + "\\") + (Once(60) ? "March.Pdf" : name);
+        const std::string foreign =
+            OneOf({"a.exe", "B.EXE", "c.lnk", "d.doc", "e.docx", "f.xls", "g.Xlsx", "h.pdf"});
+        return (Once(4) ? "" : Folder() + "\\") + (Once(60) ? foreign : name);
     }
     std::string Content()
     {
@@ -163,7 +165,7 @@ struct Dice
     {
         Tree tree;
         for (unsigned count = random() % 12; count > 0; --count)
-            Once(5) ? tree[Slashed(Folder()) + "/"] : tree[Slashed(File())] = Content();
+            tree[Slashed(Once(5) ? Folder() + "/" : File())] = Content();
         return tree;
     }
     std::vector<Record> List(const Paths& files)
