@@ -155,6 +155,9 @@ pixels() {
     convert "$picture" -crop 709x370+12+40 +repage -fuzz 4% -fill black +opaque "$1" -fill white -opaque "$1" \
         -colorspace gray -format '%[fx:int(mean*w*h)]' info:
 }
+# The page has a heading in gold, and no pure white as the log has.
+page_is_visible() { take_picture && (($(pixels '#ffd873') > 300 && $(pixels white) < 100)); }
+page_was_fetched() { grep -q '^GET 200 .* /launcher.php$' "$server/access.log"; }
 # The log has pure white on its own ground, and neither the gold of the page nor the blue of the link.
 log_is_visible() {
     take_picture
