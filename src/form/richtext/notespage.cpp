@@ -26,11 +26,8 @@ constexpr qint64 MaxResourceBytes = 16 * 1024 * 1024;
 constexpr qint64 MaxPicturePixels = 32 * 1024 * 1024; // four bytes each
 constexpr int MaxResources = 200;
 constexpr int MaxRedirects = 10;
-
-QString Scheme(const QUrl& url)
-{
-    return url.scheme(); // in lower case
-}
+// Qt tries every selector on every element, a million in about a quarter of a second.
+constexpr qint64 MaxStyleTrials = 2000000;
 
 // A page over which no time has to be lost. Qt takes about half a microsecond per letter and 25 per tag,
 // twice as much for every table around them, in one go. The rest of a page that would take more than about
@@ -103,8 +100,13 @@ QString Reason(const QNetworkReply& reply)
     }
 }
 
-// Takes resources from the given ones only: Qt would read those that
-// are null from the disk.
+// Those of a list are parted by commas. Values have commas too, so these are some more.
+int Selectors(const QString& css)
+{
+    return css.count(QLatin1Char('{')) + css.count(QLatin1Char(','));
+}
+
+// Takes resources from the given ones only: Qt would read those that are null from the disk.
 class NotesDocument : public QTextDocument
 {
 public:
@@ -113,7 +115,7 @@ public:
     {
         // A browser's defaults, for the page to override.
         QFont font = defaultFont();
-        font.setPixelSize(16);
+        font.setPointSize(12);
         setDefaultFont(font);
         setDocumentMargin(0);
         setDefaultStyleSheet(
@@ -182,7 +184,7 @@ void QWebEnginePage::load(const QUrl& url)
     // Later, as a page does: the caller connects after this call.
     if (url == QUrl(QStringLiteral("about:blank")))
         QMetaObject::invokeMethod(this, &QWebEnginePage::Compose, Qt::QueuedConnection);
-    else if (Scheme(url) != QLatin1String("https"))
+    else if (url.scheme() != QLatin1String("https"))
         QMetaObject::invokeMethod(
             this, [this] { Fail(QStringLiteral("Their address does not begin with https.")); },
             Qt::QueuedConnection);
@@ -243,6 +245,13 @@ void QWebEnginePage::PageCame(QNetworkReply& reply)
     }
     address = reply.url();
     html = Shortened(Decoded(reply.readAll(), contentType));
+    static const QRegularExpression styles(
+        QStringLiteral("<style\\b.*?</style"),
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
+    for (auto all = styles.globalMatch(html); all.hasNext();)
+        selectors += Selectors(all.next().captured());
+    if (selectors * html.count(QLatin1Char('<')) > MaxStyleTrials)
+        html.remove(styles);
     Compose();
 }
 
@@ -255,7 +264,10 @@ void QWebEnginePage::ResourceCame(QNetworkReply& reply, const QUrl& from, int ty
         QBuffer buffer(&body);
         QImageReader reader(&buffer);
         if (type == QTextDocument::StyleSheetResource) {
-            resources[from] = QString::fromUtf8(body);
+            const QString css = QString::fromUtf8(body);
+            selectors += Selectors(css);
+            if (selectors * html.count(QLatin1Char('<')) <= MaxStyleTrials)
+                resources[from] = css;
         } else if (const QSize size = reader.size(); size.isValid()) {
             picturePixels += qint64(size.width()) * size.height();
             if (picturePixels <= MaxPicturePixels)
@@ -289,8 +301,8 @@ void QWebEnginePage::Compose()
     }
     for (auto one = made->missing.constBegin(); one != made->missing.constEnd(); ++one) {
         const bool isAllowed =
-            Scheme(one.key()) == QLatin1String("https") ||
-            (Scheme(one.key()) == QLatin1String("data") && *one == QTextDocument::ImageResource);
+            one.key().scheme() == QLatin1String("https") ||
+            (one.key().scheme() == QLatin1String("data") && *one == QTextDocument::ImageResource);
         if (isAllowed && timeLimit->isActive() && resources.size() < MaxResources) {
             resources[one.key()] = QVariant();
             Fetch(one.key(), *one);

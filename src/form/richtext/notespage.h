@@ -61,5 +61,6 @@ private:
     QHash<QUrl, QVariant> resources; // pictures and style sheets that were asked for
     qint64 resourceBytes = 0;        // of those that have come
     qint64 picturePixels = 0;
+    qint64 selectors = 0;           // of the page's styles and those that have come
     QTextDocument* shown = nullptr; // a child
 };

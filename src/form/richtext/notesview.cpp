@@ -1,5 +1,7 @@
 #include "form/richtext/notesview.h"
 
+#include <algorithm>
+
 #include <QDesktopServices>
 #include <QPushButton>
 #include <QTextBrowser>
@@ -52,6 +54,13 @@ QWebEngineView::QWebEngineView(QWidget* parent)
 void QWebEngineView::load(const QUrl& url)
 {
     notes->load(url);
+}
+
+void QWebEngineView::showEvent(QShowEvent*)
+{
+    // The view's place is fixed. Where the tabs have tall letters, the lower end of it lies outside.
+    const int outside = parentWidget() ? y() + height() - parentWidget()->height() : 0;
+    layout()->setContentsMargins(0, 0, 0, std::max(outside, 0));
 }
 
 void QWebEngineView::ShowPage()

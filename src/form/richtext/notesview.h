@@ -22,6 +22,9 @@ public:
         return notes;
     }
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void ShowPage();
 
