@@ -50,35 +50,35 @@ const UpdateRow updateRows[] = {
     {"2 GiB in all, of which a list keeps 32 bits a file", "", "F#a#2147483647#x\nF#b#1#x",
      "2 2147483648, 0 0\n2 GiB or more are fetched: the launcher's amounts and bar are wrong\n"
      "More than half of the game is fetched anew: is that meant?\nhurts"},
-    {"a name in other case", "F#\xC3\x84.map#1#x", "F#\xC3\xA4.map#1#x",
+    {"a file's name in other case", "F#\xC3\x84.map#1#x", "F#\xC3\xA4.map#1#x",
      "1 1, 1 0\n\xC3\xA4.map: the name of this file changes only in case, from \xC3\x84.map: players lose "
      "it, "
      "and get it only if the update ends well\nhurts"},
-    {"a folder's name in other case", "D#Maps\nD#Maps\\a\nF#Maps\\x.map#1#x\nF#Maps\\a\\y.map#1#x",
-     "D#maps\nD#maps\\a\nF#maps\\x.map#1#x\nF#maps\\a\\y.map#1#x",
-     "2 2, 2 2\nmaps: the name of this folder changes only in case, from Maps: players lose what is in it "
+    {"folders' names in other case, one without a file of its own",
+     "D#Maps\nD#Maps\\a\nF#Maps\\x.map#1#x\nF#Maps\\a\\y.map#1#x\nD#B\nD#B\\a\nF#B\\a\\y.map#1#x",
+     "D#maps\nD#maps\\a\nF#maps\\x.map#1#x\nF#maps\\a\\y.map#1#x\nD#b\nD#b\\a\nF#b\\a\\y.map#1#x",
+     "3 3, 3 3\nmaps: the name of this folder changes only in case, from Maps: players lose what is in it "
      "and "
-     "get it on the second start\nhurts"},
-    {"the same of one that holds only folders", "D#Maps\nD#Maps\\a\nF#Maps\\a\\y.map#1#x",
-     "D#maps\nD#maps\\a\nF#maps\\a\\y.map#1#x",
-     "1 1, 1 1\nmaps: the name of this folder changes only in case, from Maps: no file lies directly in it, "
-     "so "
-     "it keeps the old name on Windows, and players lose what is below it on every other start\nhurts"},
-    {"a file and a folder that change places", "F#a#1#x\nD#b\nF#b\\c.txt#1#x", "D#a\nF#a\\c.txt#1#x\nF#b#1#x",
-     "2 2, 2 1\na: a file becomes a folder: players who have it open get nothing of the folder\n"
-     "b: a folder becomes a file: players who have a file of the folder open don't get it\nhurts"},
-    {"a folder of folders that becomes a file", "D#b\nD#b\\c\nF#b\\c\\d.txt#1#x", "F#b#1#x",
-     "1 1, 1 1\nb: a folder becomes a file: no file lies directly in the folder, so the launcher does not "
-     "remove "
-     "it, and every update fails\nhurts"},
-    {"no launcher any more", "F#Game\\TessaloomLauncher\\Release\\TessaloomLauncher.exe#1#x", "",
-     "0 0, 1 1\nGame\\TessaloomLauncher\\Release\\TessaloomLauncher.exe: no longer named: players lose the "
-     "launcher\nhurts"},
-    {"a tool's folder that is given up", "D#Editor\nF#Editor\\Read me.PDF#1#x\nF#Editor\\e.exe#1#x", "",
-     "0 0, 2 1\nEditor: no longer named, and held Editor\\Read me.PDF: launchers take it for somebody else's "
+     "get it on the second start\nb: the name of this folder changes only in case, from B: no file lies "
+     "directly in "
+     "it, so it keeps the old name on Windows, and players lose what is below it on every other "
+     "start\nhurts"},
+    {"files and folders that change places", "F#a#1#x\nD#b\nF#b\\c.txt#1#x\nD#d\nD#d\\e\nF#d\\e\\f.txt#1#x",
+     "D#a\nF#a\\c.txt#1#x\nF#b#1#x\nF#d#1#x",
+     "3 3, 3 2\na: a file becomes a folder: players who have it open get nothing of the folder\n"
+     "b: a folder becomes a file: players who have a file of the folder open don't get it\n"
+     "d: a folder becomes a file: no file lies directly in the folder, so the launcher does not remove it, "
+     "and every "
+     "update fails\nhurts"},
+    {"programs that are given up",
+     "F#Game\\TessaloomLauncher\\Release\\TessaloomLauncher.exe#1#x\nF#Editor\\Read me.PDF#1#x\n"
+     "F#Editor\\e.exe#1#x",
+     "",
+     "0 0, 3 2\nGame\\TessaloomLauncher\\Release\\TessaloomLauncher.exe: no longer named: players lose the "
+     "launcher\nEditor: no longer named, and held Editor\\Read me.PDF: launchers take it for somebody else's "
      "and "
      "refuse the update. Keep an empty folder of that name in the tree\nhurts"},
-    {"the same with an empty folder kept, and other files",
+    {"an empty folder of the name is kept, and a folder that held none",
      "D#Editor\nF#Editor\\e.exe#1#x\nD#m\nF#m\\m.map#1#x", "D#Editor", "0 0, 2 1"},
 };
 } // namespace
