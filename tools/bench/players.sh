@@ -149,7 +149,7 @@ if ((EUID == 0)); then
     launchers_row "as recommended"
     launchers_row "backlog 128" backlog=128
     launchers_row "256 connections a process" connections=256
-    launchers_row "1,024 file handles a process" handles=1024
+    launchers_row "64 file handles a process" handles=64
 else
     echo "Left out: only root can give a launcher a process table of its own."
 fi
