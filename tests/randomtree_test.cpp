@@ -154,7 +154,7 @@ struct Dice
         // Rare, or most updates would be refused for it.
         const std::string foreign =
             OneOf({"a.exe", "B.EXE", "c.lnk", "d.doc", "e.docx", "f.xls", "g.Xlsx", "h.pdf"});
-        return (Once(4) ? "" : Folder() + "\\") + (Once(60) ? foreign : name);
+        return (Once(4) ? "" : Folder() + "\\") + (Once(25) ? foreign : name);
     }
     std::string Content()
     {
