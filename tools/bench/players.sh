@@ -28,7 +28,7 @@ http {
 }
 END
     : >"$crowd/error.log"
-    start_nginx "$crowd" $httpPort 2>>"$build/bench.log"
+    start_nginx "$crowd" "$httpPort" 2>>"$build/bench.log"
 }
 end_crowd_server() {
     kill "${started[-1]}"
@@ -136,7 +136,6 @@ launchers_row() {
             complete=$((complete + 1))
     done
     row "$1" "$complete of 8" "$last of 8,000" "$(awk -v a="$start" -v b="$EPOCHREALTIME" 'BEGIN { printf "%.0f s", b - a }')"
-    [[ -z ${PLAYERS_PICTURE:-} ]] || import -window root "$PLAYERS_PICTURE-$#.png"
     kill -KILL "${started[@]:first}" # unshare ignores TERM
     wait "${started[@]:first}" 2>/dev/null || true
     started=("${started[@]:0:first}")
