@@ -17,10 +17,10 @@ private slots:
     {
         Remarks remarks;
         for (const char* path : {"Game\\a b+c (1).map", "50%25.txt", "a#b.x", "bytes\xE4.x", "COM1.x"}) {
-            JudgeName(path, remarks);
-            JudgeFile(path, INT32_MAX, remarks);
+            CheckName(path, remarks);
+            CheckFile(path, INT32_MAX, remarks);
         }
-        JudgeList({}, {"maps\\Ä.map", "maps\\ä.map"}, INT32_MAX, remarks);
+        CheckList({}, {"maps\\Ä.map", "maps\\ä.map"}, INT32_MAX, remarks);
         QVERIFY(remarks.errors.size() == 3 && remarks.warnings.size() == 4);
         QCOMPARE(remarks.errors[0].c_str(), "a#b.x: a name with \"#\", which separates the fields of a list");
         QCOMPARE(remarks.errors[1].c_str(),

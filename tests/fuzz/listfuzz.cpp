@@ -1,5 +1,5 @@
 // Feeds the reader of the file list with whatever the fuzzer makes up. The sanitizers watch the memory; here
-// an accepted list is judged anew: it names a file, its vectors are parallel, and no path leaves the tree.
+// an accepted list is checked anew: it names a file, its vectors are parallel, and no path leaves the tree.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -10,7 +10,7 @@
 #include "gametree/filelist.h"
 
 namespace {
-// Not the judge that is on trial. Windows drops dots and blanks at the end of each name, so that a name of
+// Not the check that is on trial. Windows drops dots and blanks at the end of each name, so that a name of
 // nothing else is "." or "..".
 bool Stays(const std::string& path)
 {

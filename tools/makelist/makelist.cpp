@@ -29,8 +29,8 @@ std::set<std::string> DirectoriesAbove(const Paths& paths)
 }
 
 // Warns of directories without a published file, since they get no record.
-void JudgeUnlistedDirectories(const std::set<std::string>& all, const std::set<std::string>& listed,
-                              const std::set<std::string>& holdingLeftOut, Remarks& remarks)
+void WarnOfUnlistedDirectories(const std::set<std::string>& all, const std::set<std::string>& listed,
+                               const std::set<std::string>& holdingLeftOut, Remarks& remarks)
 {
     for (const std::string& directory : all) {
         if (listed.count(directory) != 0 || Contains(directory, tempFolderStem))
@@ -77,15 +77,15 @@ std::string MakeList(std::string tree, Remarks& remarks, const ProgressFunction&
             directories.insert(directory);
     }
     for (const std::string& directory : directories)
-        JudgeName(directory, remarks);
+        CheckName(directory, remarks);
     for (const TreeFile& file : found.files) {
-        JudgeName(file.path, remarks);
-        JudgeFile(file.path, file.size, remarks);
+        CheckName(file.path, remarks);
+        CheckFile(file.path, file.size, remarks);
     }
     for (const std::string& file : found.leftOut)
-        JudgeLeftOut(file, remarks);
-    JudgeUnlistedDirectories(found.directories, directories, leftOut, remarks);
-    JudgeList(directories, files, totalSize, remarks);
+        CheckLeftOut(file, remarks);
+    WarnOfUnlistedDirectories(found.directories, directories, leftOut, remarks);
+    CheckList(directories, files, totalSize, remarks);
     // With an error there will be no list, so no digests are needed.
     if (!remarks.errors.empty())
         return "";

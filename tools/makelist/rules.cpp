@@ -58,7 +58,7 @@ bool IsLeftOut(const std::string& path)
     return IsListItself(path) || !SparedFor(path).empty();
 }
 
-void JudgeLeftOut(const std::string& path, Remarks& remarks)
+void CheckLeftOut(const std::string& path, Remarks& remarks)
 {
     const std::string part = SparedFor(path);
     const std::string name = LastName(path);
@@ -67,7 +67,7 @@ void JudgeLeftOut(const std::string& path, Remarks& remarks)
             Remark(path, "left out, since the launcher deletes no file whose path holds \"" + part + "\""));
 }
 
-void JudgeName(const std::string& path, Remarks& remarks)
+void CheckName(const std::string& path, Remarks& remarks)
 {
     const std::string name = LastName(path);
     if (Contains(name, "#"))
@@ -88,7 +88,7 @@ void JudgeName(const std::string& path, Remarks& remarks)
         remarks.warnings.push_back(Remark(path, "Windows drops the dot or blank at the end of a name"));
 }
 
-void JudgeFile(const std::string& path, std::int64_t size, Remarks& remarks)
+void CheckFile(const std::string& path, std::int64_t size, Remarks& remarks)
 {
     if (path.find_first_of("?%") != std::string::npos && !AddressKeepsPath(updateServerUrl, path))
         remarks.warnings.push_back(Remark(
@@ -107,7 +107,7 @@ void JudgeFile(const std::string& path, std::int64_t size, Remarks& remarks)
         remarks.warnings.push_back(Remark(path, "2 GiB or more: the launcher's amounts and bar are wrong"));
 }
 
-void JudgeList(const std::set<std::string>& directories, const std::set<std::string>& files,
+void CheckList(const std::set<std::string>& directories, const std::set<std::string>& files,
                std::int64_t totalSize, Remarks& remarks)
 {
     std::unordered_map<std::string, std::string> namesByFoldedName;

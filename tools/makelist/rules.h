@@ -20,14 +20,14 @@ struct Remarks
 bool IsLeftOut(const std::string& path);
 
 // Warns of a file that is left out although its author may well mean to publish it.
-void JudgeLeftOut(const std::string& path, Remarks& remarks);
+void CheckLeftOut(const std::string& path, Remarks& remarks);
 
-// Judges the last name of a path, of a file or a directory.
-void JudgeName(const std::string& path, Remarks& remarks);
+// Checks the last name of a path, of a file or a directory.
+void CheckName(const std::string& path, Remarks& remarks);
 
-// Judges what only the whole path of a listed file shows, and its size in bytes.
-void JudgeFile(const std::string& path, std::int64_t size, Remarks& remarks);
+// Checks what only the whole path of a listed file shows, and its size in bytes.
+void CheckFile(const std::string& path, std::int64_t size, Remarks& remarks);
 
-// Judges the list as a whole; `totalSize` in bytes.
-void JudgeList(const std::set<std::string>& directories, const std::set<std::string>& files,
+// Checks the list as a whole; `totalSize` in bytes.
+void CheckList(const std::set<std::string>& directories, const std::set<std::string>& files,
                std::int64_t totalSize, Remarks& remarks);
