@@ -35,7 +35,6 @@ make_signed_packages() {
     while IFS= read -r file; do
         verify "$(basename "$file") is signed" is_signed "$file"
     done < <(packages | grep exe && find "$unpacked" -name '*.exe')
-    verify "each zip file has its licences" test 2 = "$(find "$unpacked" -name Qt-LGPL-3.txt | wc -l)"
 }
 
 # --- The setup program ---
@@ -46,10 +45,6 @@ run_setup() {
     read -ra words <<<"/D=$(wine_path "$1")"
     timeout 120 wine64 "$setup" /S "${words[@]}" </dev/null 2>/dev/null
 }
-# The version of Windows that Wine plays for the setup program: windows_version win7|win10
-windows_version() {
-    wine64 reg add "HKCU\\Software\\Wine\\AppDefaults\\$(basename "$setup")" /v Version /d "$1" /f >/dev/null 2>&1
-}
 content() { find "$1" -type f -printf '%P %s %T@\n' 2>/dev/null | sort; }
 # The setup program ends with 2, says why, and touches nothing: refuses FOLDER REASON
 refuses() {
@@ -58,18 +53,10 @@ refuses() {
     said=$(run_setup "$1") || code=$?
     ((code == 2)) && [[ $said == *"$2"* && $(content "$1") == "$before" ]]
 }
-# In its own folder, where its exit code can be had.
-uninstaller_refuses() {
-    local words code=0
-    read -ra words <<<"_?=$(wine_path "$tree")"
-    wine64 "$tree/unins000.exe" /S "${words[@]}" </dev/null >/dev/null 2>&1 || code=$?
-    ((code == 2)) && [[ -e $release/TessaloomLauncher.exe ]]
-}
 installed_launcher_is_of_the_package() {
     diff -r -x 'LAUNCHER_TEMP_EXE_FOLDER*' "$unpacked/TessaloomLauncher/Game/TessaloomLauncher/Release" "$release" |
         sed 's/^/         /'
 }
-library_is_held() { tail -c 40 "$release/Qt5Core.dll" | grep -q 'Press any key'; }
 is_uninstalled() { [[ ! -e $tree/unins000.exe && ! -e $tree/Game ]]; }
 # The file that the update laid beside "Game" is not the setup program's.
 others_are_untouched() { [[ $(ls -A "$tree") == readme.txt && -e $sample/beside.txt ]]; }
@@ -83,9 +70,6 @@ entries_are_gone() {
 # By the shortcut's own target and folder, whatever the current folder is. Nothing of this system's Qt or compiler is in
 # reach: the relay and its copy find their libraries beside themselves.
 start_by_shortcut() { start_launcher env -C / wine64 start "$shortcut"; }
-# Relative paths of what the relay copies.
-program_files() { (cd "$1" && find . platforms -maxdepth 1 -type f ! -path './platforms/*' | sed 's|^\./||' | LC_ALL=C sort); }
-copy_is_complete() { diff "$sample/installed.files" <(program_files "$release/$launcherFolder") | sed 's/^/         /'; }
 # Lets Windows' TLS accept the server of the patch notes.
 trust_server() {
     local program=$temporary/trustcertificate
@@ -113,21 +97,15 @@ play_road() {
     touch "$foreign/holiday.jpg" "$sample/beside.txt"
     verify "setup refuses a folder with a foreign file" refuses "$foreign" "holds holiday.jpg"
     verify "and one whose path is too long" refuses "$long" "at most 140"
-    verify "and the home folder" refuses "$HOME" "a folder with other things in it"
-    windows_version win7
-    verify "and letters outside ASCII on an old Windows" refuses "$tree" "letters of ASCII only"
-    windows_version win10
+    # Wine's own version of Windows can't have letters outside ASCII in the folder's path.
+    wine64 reg add "HKCU\\Software\\Wine\\AppDefaults\\$(basename "$setup")" /v Version /d win10 /f >/dev/null 2>&1
     verify "setup installs silently" run_setup "$tree"
-    verify "the launcher is that of the package" installed_launcher_is_of_the_package
-    verify "the uninstaller is signed" is_signed "$tree/unins000.exe"
-    program_files "$release" >"$sample/installed.files"
     # The published launcher is another one: it is not signed.
     expect_requests List.txt List.txt
 
     say "Road"
     start_by_shortcut
     watch_update
-    verify "the temporary copy has the executable, its libraries and \"platforms\"" copy_is_complete
     # Wine's ShellExecute waits until the new program is idle, and Windows' does not: so the new launcher meets the old
     # one and ends it, and its exit code says nothing here.
     verify_within 180 "the launcher fetched another version of itself, and has ended" ended "$launcherPid"
@@ -135,29 +113,13 @@ play_road() {
     verify_first_tab page_is_visible
     verify "the patch notes came over HTTPS" page_was_fetched
     verify_update
-    verify "the update spared the uninstaller" is_signed "$tree/unins000.exe"
-    verify_second_tab
+    verify "the update spared the uninstaller, which is signed" is_signed "$tree/unins000.exe"
     verify "setup refuses while the launcher is open" refuses "$tree" "TessaloomLauncher.exe is running"
-    verify "and so does the uninstaller" uninstaller_refuses
     press_play
     verify_play
     wait_for 20 game_has_ended || true
-
-    # A redirection opens its file for itself alone. Nothing ever comes through the pipe, so it stays open.
-    mkfifo "$temporary/pipe"
-    (cd "$release" && exec wine64 cmd /c 'pause >>Qt5Core.dll' <>"$temporary/pipe" >/dev/null 2>&1) &
-    started+=($!)
-    wait_for 20 library_is_held || true
-    verify "setup changes nothing while a library can't be replaced" refuses "$tree" "Qt5Core.dll can't be replaced"
-    kill "${started[-1]}" && wait "${started[-1]}" || true
-
     verify_within 30 "setup once more brings its launcher back" run_setup "$tree"
     verify "with all of its files" installed_launcher_is_of_the_package
-    start_by_shortcut
-    wait_for 60 find_launcher && wait_for 60 ended "$launcherPid" && wait_for_play || true
-    verify_within 60 "which the next start updates again" tree_is_as_published
-    kill -KILL "$launcherPid"
-    wait_for 20 ended "$launcherPid" || true
     wine64 "$tree/unins000.exe" /S </dev/null >/dev/null 2>&1 || true
     verify_within 60 "uninstalled, the game is gone" is_uninstalled
     verify "and the entries and shortcuts with it" entries_are_gone
