@@ -6,20 +6,20 @@
 #include "support/testmain.h"
 
 namespace {
-// So many processes, as long as the object lives.
-struct ManyProcesses : QProcess
+const std::string Number = std::to_string(GetCurrentProcessId());
+const std::string Game = "Boardgame" + Number;
+
+struct ProgramRow
 {
-    explicit ManyProcesses(std::size_t count)
-    {
-        const char script[] = "for ((i = 0; i < $0; ++i)); do sleep 600 & done; echo; read; kill $(jobs -p)";
-        start("bash", {"-c", script, QString::number(count)});
-        waitForReadyRead();
-    }
-    ~ManyProcesses() override
-    {
-        closeWriteChannel();
-        waitForFinished();
-    }
+    const char* name;
+    std::string file;
+    bool isGame;
+};
+const ProgramRow programRows[] = {
+    {"the game", Game + ".exe", true},
+    {"a tool in another case", "xBOARDGAME" + Number + ".exe", true},
+    {"the lobby server", Game + "LobbyServer.exe", false},
+    {"the login server", "LOGINserver" + Game + ".exe", false},
 };
 } // namespace
 
@@ -28,50 +28,28 @@ class ProcessesTest : public QObject
     Q_OBJECT
 
     const TemporaryTree tree;
-    const QString number = QString::number(GetCurrentProcessId());
-    const std::string game = ("Boardgame" + number).toStdString();
 
 private slots:
-    void aGameIsKnownByItsFileName_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<bool>("isGame");
-        QTest::newRow("the game") << "bin/Boardgame%1.exe" << true;
-        QTest::newRow("a tool in another case") << "bin/xBOARDGAME%1.exe" << true;
-        QTest::newRow("the lobby server") << "bin/Boardgame%1LobbyServer.exe" << false;
-        QTest::newRow("the login server") << "bin/LOGINserverBoardgame%1.exe" << false;
-        QTest::newRow("another program in a folder of the game's name") << "Boardgame%1/other.exe" << false;
-    }
     void aGameIsKnownByItsFileName()
     {
-        QFETCH(QString, path);
-        path = path.arg(number);
-        QVERIFY(QDir(tree.Root().c_str()).mkpath(path.section('/', 0, 0)));
-        const ChildProcess child(tree.Path(path.toStdString()));
-        const std::string name = ProcessName(static_cast<DWORD>(child.processId()));
-        QCOMPARE(name.c_str(), qPrintable(path.section('/', 1)));
-        QTEST(IsGameProcessRunning(game), "isGame");
-    }
-
-    void lookingForAGameLeavesNothingOpen()
-    {
-        if (IsWindows)
-            QSKIP("The open files are counted in /proc.");
-        const unsigned openFiles = OpenFiles();
-        QVERIFY(!IsGameProcessRunning(game));
-        QCOMPARE(OpenFiles(), openFiles);
+        for (const ProgramRow& row : programRows) {
+            const ChildProcess child(tree.Path(row.file));
+            QCOMPARE(ProcessName(static_cast<DWORD>(child.processId())), row.file);
+            QVERIFY2(IsGameProcessRunning(Game) == row.isGame, row.name);
+        }
     }
 
     void theTableHoldsTheFirst1024Processes()
     {
         if (IsWindows)
             QSKIP("Wine would need minutes for so many processes.");
-        const ManyProcesses others(1010 - std::min<std::size_t>(RunningProcesses().size(), 1010));
-        const ChildProcess last(tree.Path(game + ".exe"));
-        QVERIFY(RunningProcesses().size() > 1010);
-        QVERIFY(IsGameProcessRunning(game));
-        const ManyProcesses more(50);
-        QCOMPARE(RunningProcesses().size(), std::size_t(1024));
+        QProcess others;
+        others.start("bash", {"-c", "for i in {1..1050}; do sleep 600 & done; echo; read; kill $(jobs -p)"});
+        others.waitForReadyRead();
+        const std::size_t count = RunningProcesses().size();
+        others.closeWriteChannel();
+        others.waitForFinished();
+        QCOMPARE(count, std::size_t(1024));
     }
 };
 
