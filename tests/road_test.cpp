@@ -113,21 +113,23 @@ struct Road
     }
     // Ends launchers until so many have been ended and none is left. Shortly after a start there is a copy
     // that does not show its name yet.
-    bool EndLaunchers(std::size_t atLeast = 1) const
+    bool EndLaunchers(std::size_t atLeast = 1)
     {
-        std::set<DWORD> ended;
+        std::set<DWORD> processes;
         const auto noneIsLeft = [&] {
             const std::vector<DWORD> launchers = Launchers();
             for (const DWORD process : launchers) {
                 if (const HANDLE handle = OpenProcess(PROCESS_TERMINATE, FALSE, process)) {
                     TerminateProcess(handle, 0);
                     CloseHandle(handle);
-                    ended.insert(process);
+                    processes.insert(process);
                 }
             }
-            return launchers.empty() && ended.size() >= atLeast;
+            return launchers.empty() && processes.size() >= atLeast;
         };
-        return QTest::qWaitFor(noneIsLeft, 60000);
+        const bool ended = QTest::qWaitFor(noneIsLeft, 60000);
+        server.DropConnections();
+        return ended;
     }
 
     TemporaryTree tree, web, said;

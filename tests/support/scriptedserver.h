@@ -48,6 +48,13 @@ public:
         return "http://127.0.0.1:" + std::to_string(serverPort()) + basePath.toStdString();
     }
 
+    // Ends all connections, also those whose other end has been killed and that never notice it.
+    void DropConnections()
+    {
+        for (QTcpSocket* socket : findChildren<QTcpSocket*>())
+            socket->abort();
+    }
+
     std::map<std::string, Script> scripts; // by decoded path below the base
     Script fallback = {404, "not here"};   // for all other paths
 
