@@ -109,17 +109,17 @@ public:
     // A list of the tree, and of the launcher's own folder and file.
     static std::string ListOf(const Tree& published)
     {
-        Tree all = published;
-        all.insert({{"Game/", ""}, {"Game/TessaloomLauncher/", ""}, {"Game/TessaloomLauncher/Release/", ""}});
+        Tree all = {{"Game/", ""}, {"Game/TessaloomLauncher/", ""}, {"Game/TessaloomLauncher/Release/", ""}};
         all["Game/TessaloomLauncher/Release/TessaloomLauncher.exe"] = "launcher";
+        all.insert(published.begin(), published.end());
         std::string folders, files;
         for (const auto& [path, content] : all) {
             const std::string listed = QString(path.c_str()).replace('/', '\\').toStdString();
+            const std::string size = std::to_string(content.size());
             if (listed.back() == '\\')
                 folders += "D#" + listed.substr(0, listed.size() - 1) + "\r\n";
             else
-                files +=
-                    "F#" + listed + "#" + std::to_string(content.size()) + "#" + Sha256Of(content) + "\r\n";
+                files += "F#" + listed + "#" + size + "#" + Sha256Of(content) + "\r\n";
         }
         return folders + files;
     }
@@ -146,17 +146,10 @@ inline QStringList Offline(const QString& status)
 }
 inline const QStringList notConnected = Offline("Failed to connect to server");
 
-// The log up to the request for the list, and up to the changes after its arrival.
+// The log up to the request for the list.
 inline const QStringList listAsked = {
     "Current directory after opening temporary application: ROOT\\Game\\TessaloomLauncher\\Release",
     "Downloading file: List.txt"};
-inline QStringList ListLoaded(const Tree& published)
-{
-    const std::size_t lines = published.size() + 4; // the launcher's file and the folders above it
-    return listAsked + QStringList{QString("List of files loaded with %1 elements").arg(lines),
-                                   "Deleted temporary list file",
-                                   "Deleting files and directories that are not in the list"};
-}
 
 // Runs the event loop. True if the program ends it, false if nothing does for a long time.
 inline bool ProgramQuits()
