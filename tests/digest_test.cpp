@@ -21,8 +21,7 @@ std::string DigestInRandomCuts(const std::string& message)
         piece = std::min<std::size_t>(random() % 400, message.size() - done);
         context.Append(bytes + done, piece);
     }
-    const std::string digest = context.Finish();
-    return context.Finish() == digest ? digest : "Finish() changes the context";
+    return context.Finish();
 }
 } // namespace
 
@@ -70,8 +69,6 @@ private slots:
             bufferSizes += digestBufferSize;
         }
         QCOMPARE(bufferSizes, QList<std::int64_t>({0, 6, 1000, 1000, 1000}));
-        ReleaseDigestBuffer();
-        QVERIFY(digestBuffer == nullptr && digestBufferSize == 0);
     }
 
     void aFileOfMoreThanFourGigabytesIsDigestedInPieces()
