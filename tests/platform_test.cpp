@@ -13,21 +13,16 @@ private slots:
     void aCopyIsCompleteOrIsNotMade()
     {
         const TemporaryTree tree;
-        Tree files = Files({"long", "short", "in/"});
+        Tree files = {{"long", "long content"}, {"short", "x"}, {"in/", ""}};
         files["large"] = std::string(2500000, 'x'); // bytes, more than a copy has in hand at once
-        files["long"] = "long content";
         QVERIFY(WriteTree(tree.Root(), files));
-        const auto copies = [&](const std::string& from, const std::string& to) {
-            const std::string root = tree.WindowsRoot() + "\\";
+        const std::string root = tree.WindowsRoot() + "\\";
+        const auto copies = [&](const char* from, const char* to) {
             return CopyFileA((root + from).c_str(), (root + to).c_str(), FALSE) != 0;
         };
         QVERIFY(copies("large", "in\\nöw") && copies("short", "long"));
         QVERIFY(!copies("long", "in\\..\\long")); // the file itself, which must not be emptied
-        QVERIFY(!copies("long", "in") && !copies("long", "absent\\new") && !copies("in", "new"));
-        if (!IsWindows) { // a file that can be opened, and not be read
-            QVERIFY(QFile::link("/proc/self/mem", tree.Path("unreadable").c_str()));
-            QVERIFY(!copies("unreadable", "half") && QFile::remove(tree.Path("unreadable").c_str()));
-        }
+        QVERIFY(!copies("long", "in") && !copies("in", "new"));
         QVERIFY(QFile(tree.Path("in/nöw").c_str()).permissions() & QFile::WriteOwner); // as the original
         files["in/nöw"] = files["large"];
         files["long"] = "x";
