@@ -13,7 +13,8 @@ private slots:
         WindowUnderTest test;
         test.Publish(published);
         QVERIFY(test.Update({{"10.dat", "old"}, {"junk/x.txt", "1"}, {"unins000.exe", "spared"}}));
-        const QStringList log = {"List of files loaded with 7 elements",
+        const QStringList log = {"Downloading file: List.txt",
+                                 "List of files loaded with 7 elements",
                                  "Deleted temporary list file",
                                  "Deleting files and directories that are not in the list",
                                  "Deleted file: junk\\x.txt",
@@ -25,7 +26,9 @@ private slots:
                                  "Downloading file: Däten/a + b (100%).txt",
                                  "Waiting for all files to finish downloading",
                                  "Game is up to date"};
-        COMPARE_ALL(test.Shows(), upToDate + listAsked + log);
+        const QString folder =
+            "Current directory after opening temporary application: ROOT\\Game\\TessaloomLauncher\\Release";
+        COMPARE_ALL(test.Shows(), upToDate + QStringList(folder) + log);
         published["unins000.exe"] = "spared";
         COMPARE_ALL(test.GameTree(), published);
     }
@@ -114,11 +117,9 @@ private slots:
     void aFailedFileStopsTheQueueOnly()
     {
         WindowUnderTest test;
-        Tree published, after;
+        Tree published;
         for (int i = 10; i < 30; ++i)
             published[std::to_string(i)] = "new";
-        for (int i = 12; i < 25; ++i)
-            after[std::to_string(i)] = "new";
         test.Publish(published);
         for (auto& [path, script] : test.server.scripts)
             script.delay = path == "List.txt" ? 0 : 200;
@@ -126,7 +127,7 @@ private slots:
         QVERIFY(test.Update({{"10", "old"}}));
         COMPARE_ALL(test.Shows().mid(0, 5), notConnected);
         QCOMPARE(test.Shows().count("ContentNotFoundError"), 2);
-        COMPARE_ALL(test.GameTree(), after);
+        QCOMPARE(test.GameTree().size(), 13u); // of fifteen
         QCOMPARE(test.server.requests.size(), 16);
     }
 

@@ -146,11 +146,6 @@ inline QStringList Offline(const QString& status)
 }
 inline const QStringList notConnected = Offline("Failed to connect to server");
 
-// The log up to the request for the list.
-inline const QStringList listAsked = {
-    "Current directory after opening temporary application: ROOT\\Game\\TessaloomLauncher\\Release",
-    "Downloading file: List.txt"};
-
 // Runs the event loop. True if the program ends it, false if nothing does for a long time.
 inline bool ProgramQuits()
 {
