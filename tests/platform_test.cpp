@@ -23,7 +23,6 @@ private slots:
         QVERIFY(copies("large", "in\\nöw") && copies("short", "long"));
         QVERIFY(!copies("long", "in\\..\\long")); // the file itself, which must not be emptied
         QVERIFY(!copies("long", "in") && !copies("in", "new"));
-        QVERIFY(QFile(tree.Path("in/nöw").c_str()).permissions() & QFile::WriteOwner); // as the original
         files["in/nöw"] = files["large"];
         files["long"] = "x";
         COMPARE_ALL(TreeOf(tree.Root()), files);
