@@ -113,6 +113,8 @@ private slots:
             roots += (folder + "\\.").c_str();
         for (const QString& root : roots)
             QVERIFY2(!IsSafeTreeRoot(QDir::toNativeSeparators(root).toStdString()), qPrintable(root));
+        if (!IsWindows) // a share that is there: on Linux, the same folder
+            QVERIFY(IsSafeTreeRoot("\\usr\\lib") && !IsSafeTreeRoot("\\\\usr\\lib"));
     }
 
     void aHomeIsKnownThroughLinks()

@@ -1,6 +1,7 @@
 // Random trees and random lists. A model of the update, written apart from it, says what must then stand on
 // the disk, in the queue and in the log. TREE_SEED=N in the environment plays the round of that seed alone.
 #include <random>
+#include <set>
 
 #include "gametree/filelist.h"
 #include "support/testmain.h"
@@ -25,11 +26,6 @@ std::string With(char slash, std::string path)
     return path;
 }
 
-bool IsAmong(const Paths& paths, const std::string& path)
-{
-    return std::count(paths.begin(), paths.end(), path) > 0;
-}
-
 // Updates the tree to the list. Returns the lines of the log, and one for each file in the queue.
 QStringList Model(Tree& disk, const ContentList& list, bool gameRuns)
 {
@@ -37,6 +33,8 @@ QStringList Model(Tree& disk, const ContentList& list, bool gameRuns)
     for (const auto* paths : {&list.directories, &list.fileNames})
         for (const std::string& path : *paths)
             known += QString(With('\\', path).c_str()).section('\\', 0, 0).toLower();
+    const std::set<std::string> listedFiles(list.fileNames.begin(), list.fileNames.end());
+    const std::set<std::string> listedFolders(list.directories.begin(), list.directories.end());
     Paths files; // with backslashes
     for (const auto& [path, content] : disk) {
         const QString file = With('\\', path).c_str(), folder = file.section('\\', 0, 0);
@@ -52,7 +50,7 @@ QStringList Model(Tree& disk, const ContentList& list, bool gameRuns)
     QStringList lines = {"Deleting files and directories that are not in the list"};
     const auto exists = [&](const std::string& path) { return after.count(path) || after.count(path + "/"); };
     for (const std::string& file : files) {
-        if (!IsAmong(list.fileNames, file) && !Holds(file, spared)) {
+        if (!listedFiles.count(file) && !Holds(file, spared)) {
             after.erase(With('/', file));
             lines += ("Deleted file: " + file).c_str();
         }
@@ -69,8 +67,7 @@ QStringList Model(Tree& disk, const ContentList& list, bool gameRuns)
         const bool hasDot = file.find('.') != std::string::npos;
         const bool standsInRoot = hasDot && file.find('\\') == std::string::npos;
         const std::string folder = hasDot ? file.substr(0, file.rfind('\\')) : file, path = With('/', folder);
-        if (!standsInRoot && !Holds(folder, {spared[0]}) && !IsAmong(list.directories, folder) &&
-            exists(path)) {
+        if (!standsInRoot && !Holds(folder, {spared[0]}) && !listedFolders.count(folder) && exists(path)) {
             // "0" is the character after "/".
             after.erase(after.lower_bound(path + "/"), after.lower_bound(path + "0"));
             lines += ("Directory deleted: " + folder).c_str();
