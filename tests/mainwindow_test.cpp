@@ -31,9 +31,8 @@ private slots:
         QStringList boxes;
         QTimer looking;
         connect(&looking, &QTimer::timeout, [&] {
-            const QStringList box = CloseOwnBox();
-            boxes += box;
-            if (!box.isEmpty())
+            boxes += CloseOwnBox();
+            if (!boxes.isEmpty())
                 QMetaObject::invokeMethod(&window, "Update"); // opens no second one
         });
         looking.start(50);
