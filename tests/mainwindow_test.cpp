@@ -1,5 +1,4 @@
 // The window and its update cycle: which updates it refuses, its log and its tick, and how the program ends.
-#include "press.h"
 #include "support/childprocess.h"
 #include "support/testmain.h"
 #include "support/windowundertest.h"
@@ -22,28 +21,6 @@ private slots:
         QVERIFY(rounds > 20); // one for ten files
     }
 
-    void thePlayerIsToldOnceThatAGameRuns()
-    {
-        WindowUnderTest test;
-        test.Publish({{"a.txt", "1"}});
-        MainWindow& window = test.OpenStill();
-        window.gameProcessRunning = true;
-        QStringList boxes;
-        QTimer looking;
-        connect(&looking, &QTimer::timeout, [&] {
-            boxes += CloseOwnBox();
-            if (!boxes.isEmpty())
-                QMetaObject::invokeMethod(&window, "Update"); // opens no second one
-        });
-        looking.start(50);
-        window.updateTimer.start();
-        QVERIFY(ProgramQuits());
-        const QString text =
-            "An update was found but at least one Tessaloom process is already running.\n"
-            "Close all Tessaloom processes before starting the launcher again.";
-        QCOMPARE(boxes, QStringList({"Error", text}));
-    }
-
     void anotherRootIsRefusedBeforeAnyRequest()
     {
         const char* const home = IsWindows ? "USERPROFILE" : "HOME";
@@ -60,28 +37,6 @@ private slots:
             QVERIFY(ended && test.Shows().last().startsWith("Refusing to update: " + reason));
             COMPARE_ALL(test.Shows().mid(0, 5) + test.server.requests,
                         Offline("Refusing to update this folder"));
-        }
-    }
-
-    void aTreeThatMovesDuringTheUpdateIsLeftAlone()
-    {
-        if (IsWindows)
-            QSKIP("A folder that a program stands in can't be moved there.");
-        for (const QString late : {"List.txt", "b.txt"}) {
-            WindowUnderTest test;
-            const QString here = test.tree.Root().c_str();
-            test.Publish(Files({"b.txt"}));
-            test.server.scripts[late.toStdString()].delay = 300;
-            QTimer asking;
-            connect(&asking, &QTimer::timeout, [&] {
-                if (test.server.requests.contains(late) && QDir().rename(here, here + " moved"))
-                    asking.stop();
-            });
-            asking.start(5);
-            QVERIFY(test.Update({}));
-            QVERIFY(QDir().rename(here + " moved", here));
-            QVERIFY(test.Shows().last().startsWith("Refusing to update: the game's folder was "));
-            QVERIFY(!QFile::exists(test.tree.Path("b.txt").c_str()));
         }
     }
 

@@ -27,16 +27,6 @@ private slots:
         files["long"] = "x";
         COMPARE_ALL(TreeOf(tree.Root()), files);
     }
-
-    // A relative one would be another folder after the copy's change of directory.
-    void theTemporaryFolderIsAbsolute()
-    {
-        qputenv(TemporaryFolderVariable, "relative");
-        char folder[MAX_PATH + 1] = "";
-        const DWORD length = GetTempPathA(sizeof(folder), folder);
-        QVERIFY2(QDir::isAbsolutePath(NativePath(folder).c_str()), folder);
-        QCOMPARE(GetTempPathA(length, folder), length + 1); // no room for the closing zero
-    }
 };
 
 QTEST_GUILESS_MAIN(PlatformTest)

@@ -8,7 +8,6 @@
 #include "processes/processtable.h"
 #include "startup/application.h"
 #include "startup/launchercontext.h"
-#include "startup/relay.h"
 #include "startup/startclaim.h"
 #include "support/childprocess.h"
 #include "support/temporarytree.h"
@@ -68,20 +67,6 @@ private slots:
     {
         QCOMPARE(pluginFolder, QString((tempFolderStem + "1").c_str()));
         QCOMPARE(qgetenv("QT_QPA_PLATFORM_PLUGIN_PATH").constData(), foreignPlugins);
-    }
-
-    // OneDrive marks all folders that it keeps.
-    void aReadOnlyTemporaryFolderIsRemoved()
-    {
-        const TemporaryTree tree;
-        const std::string folder = tempFolderStem + "2";
-        QVERIFY(WriteTree(tree.Root(), Files({folder + "/a.dll", folder + "/platforms/b.dll"})));
-        QVERIFY(QDir::setCurrent(tree.Root().c_str()));
-        for (const std::string& marked : {folder + "/platforms", folder})
-            QVERIFY(QFile::setPermissions(marked.c_str(), QFile::ReadOwner | QFile::ExeOwner));
-        RemoveTemporaryFolders();
-        QDir::setCurrent(QDir::tempPath()); // Windows removes no current directory
-        COMPARE_ALL(TreeOf(tree.Root()), Tree());
     }
 
     // The last one, since the temporary folder that it sets is deleted with it.

@@ -131,19 +131,6 @@ private slots:
         QCOMPARE(test.server.requests.size(), 16);
     }
 
-    void aDeadLinkIsReplacedAndNotFollowed()
-    {
-        if (IsWindows)
-            QSKIP("Wine has no links.");
-        WindowUnderTest test;
-        const TemporaryTree outside;
-        QVERIFY(QFile::link(outside.Path("absent").c_str(), test.tree.Path("dead.txt").c_str()));
-        test.Publish({{"dead.txt", "new"}});
-        QVERIFY(test.Update({}));
-        COMPARE_ALL(test.GameTree(), Tree({{"dead.txt", "new"}}));
-        COMPARE_ALL(TreeOf(outside.Root()), Tree());
-    }
-
     void theProgramEndsSoonAfterItsWindowIsClosed()
     {
         struct Row

@@ -1,9 +1,12 @@
 #include "gametree/filelist.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #include "gametree/listedpath.h"
+#include "helpers/files.h"
 #include "helpers/text.h"
 #include "helpers/wrapping.h"
 #include "platform/platform.h"
@@ -36,18 +39,22 @@ void ReadListLines(std::vector<std::string>& lines, const std::string& path)
     // In binary mode, and CR LF taken below: text mode would read differently on each system, and on Windows
     // end at a Ctrl-Z in the middle of the list. Not as a stream: some libraries' streams take a failed read
     // for the end of the file.
-    std::FILE* const file = _fsopen(path.c_str(), "rb", _SH_DENYNO);
+    const FileHandle file(_fsopen(path.c_str(), "rb", _SH_DENYNO));
     if (!file)
         return;
     std::string text;
     std::vector<char> block(ReadBlock);
-    for (std::size_t got; (got = std::fread(block.data(), 1, block.size(), file)) > 0;)
+    std::size_t got = 0;
+    do {
+        got = std::fread(block.data(), 1, block.size(), file.get());
         text.append(block.data(), got);
-    // A disk that failed in the middle. A part of the list would delete every file that the rest names.
-    const bool complete = std::ferror(file) == 0;
-    std::fclose(file);
-    if (complete)
-        lines = SplitLines(text);
+    } while (got > 0);
+    // If the disk fails in the middle, what was read is a part of the list. It would delete every file that
+    // the rest names.
+    if (std::ferror(file.get()) != 0)
+        return;
+    std::vector<std::string> read = SplitLines(text);
+    std::move(read.begin(), read.end(), std::back_inserter(lines));
 }
 
 std::vector<std::string> SplitLines(const std::string& text)

@@ -44,8 +44,8 @@ struct ContentList
     FileEntry File(std::size_t index) const;
 };
 
-// Reads each line of the file, without its line end, into `lines`, which is empty. `lines` stays empty if the
-// file can't be read to its end.
+// Appends each line of the file, without its line end, to `lines`, which stays as it was if the file can't be
+// read to its end.
 void ReadListLines(std::vector<std::string>& lines, const std::string& path);
 
 // The lines of a list that has come as text, taken in the same way.

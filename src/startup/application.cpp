@@ -32,6 +32,7 @@ QPalette DarkPalette()
     palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(200, 200, 200));
     return palette;
 }
+
 // Other programs set Qt's variables for the whole system, and the folders that they name hold the plugins of
 // another Qt. The launcher's own stand in the temporary folder, which is the current directory.
 QApplication* NewApplication(int& argumentCount)

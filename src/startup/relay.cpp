@@ -30,7 +30,7 @@ std::vector<std::string> PlainFiles(const std::string& folder)
 void ClearReadOnly(const std::string& folder)
 {
     const DWORD attributes = GetFileAttributesA(folder.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES)
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY))
         SetFileAttributesA(folder.c_str(), attributes & ~FILE_ATTRIBUTE_READONLY);
 }
 

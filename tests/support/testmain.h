@@ -11,9 +11,3 @@ Q_COREAPP_STARTUP_FUNCTION(FixTextConventions)
 // Some things exist on one kind of system only, such as pipes.
 inline const bool IsWindows = QSysInfo::kernelType() == "winnt";
 inline const char* const TemporaryFolderVariable = IsWindows ? "TMP" : "TMPDIR"; // of the environment
-
-// How many files this process holds open. Not for Windows.
-inline unsigned OpenFiles()
-{
-    return QDir("/proc/self/fd").count();
-}

@@ -1,8 +1,6 @@
-// Presses buttons in windows: those of other programs by xdotool, this program's own box through its widget.
+// Presses buttons in the windows of other programs, by xdotool.
 #pragma once
 
-#include <QApplication>
-#include <QMessageBox>
 #include <QProcess>
 
 // Lets xdotool do this to the visible window whose title begins so. False if there is none yet.
@@ -20,15 +18,4 @@ inline bool PressPlay()
 inline bool PressBox(const QString& title)
 {
     return PressWindow(title, {"windowfocus", "--sync", "%1", "key", "--window", "0", "Return"});
-}
-
-// Title and text of the error box that this program shows; empty if there is none. The box closes at the next
-// event.
-inline QStringList CloseOwnBox()
-{
-    auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    if (!box || box->icon() != QMessageBox::Critical || box->textFormat() != Qt::PlainText)
-        return {};
-    QMetaObject::invokeMethod(box, "accept", Qt::QueuedConnection);
-    return {box->windowTitle(), box->text()};
 }

@@ -30,20 +30,3 @@ inline bool PressBox(const QString& title)
     const HWND box = FindTitled(title);
     return box && PostMessageA(box, WM_COMMAND, IDOK, 0);
 }
-
-// Title and text of the error box that this program shows; empty if there is none. The box closes at the next
-// event.
-inline QStringList CloseOwnBox()
-{
-    const HWND box = FindTitled("Error");
-    DWORD owner = 0;
-    GetWindowThreadProcessId(box, &owner);
-    if (owner != GetCurrentProcessId())
-        return {};
-    char title[100] = "", text[1000] = "";
-    GetWindowTextA(box, title, sizeof(title));
-    const HWND icon = FindWindowExA(box, nullptr, "Static", nullptr);
-    GetWindowTextA(FindWindowExA(box, icon, "Static", nullptr), text, sizeof(text));
-    PostMessageA(box, WM_COMMAND, IDOK, 0);
-    return {title, text};
-}
