@@ -246,7 +246,7 @@ void QWebEnginePage::PageCame(QNetworkReply& reply)
     address = reply.url();
     html = Shortened(Decoded(reply.readAll(), contentType));
     static const QRegularExpression styles(
-        QStringLiteral("<style\\b.*?</style"),
+        QStringLiteral("<style\\b.*?</style\\s*>"),
         QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
     for (auto all = styles.globalMatch(html); all.hasNext();)
         selectors += Selectors(all.next().captured());
