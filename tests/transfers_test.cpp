@@ -59,10 +59,8 @@ private slots:
         const QString noHost = "Can not locate host, your internet connection may be down";
         for (const Row& row : {Row{"closed port", "http://127.0.0.1:1/", {}, "ConnectionRefusedError"},
                                {"unknown host", "http://name.invalid/", {}, noHost},
-                               {"no such file", "", {404}, "ContentNotFoundError"},
                                {"breaks off", "", {200, "F#a#1#0\n", "", 7}, "RemoteHostClosedError"},
-                               {"foreign page", "", {200, "<p>\n#F#Wi-Fi#"}, "List of files is invalid"},
-                               {"empty", "", {200, ""}, "List of files is invalid"}}) {
+                               {"foreign page", "", {200, "<p>\n#F#Wi-Fi#"}, "List of files is invalid"}}) {
             const Tree game = Files({"a", "sets/", "sets/a.map"});
             WindowUnderTest test;
             test.server.fallback = row.answer;

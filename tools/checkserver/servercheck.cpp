@@ -164,7 +164,9 @@ void Check::Read(Request& request)
 {
     lastByte = Clock::now();
     std::array<char, 64 * 1024> piece;
-    for (qint64 got; (got = request.reply->read(piece.data(), piece.size())) > 0; request.received += got) {
+    const auto readPiece = [&] { return request.reply->read(piece.data(), piece.size()); };
+    for (qint64 got = readPiece(); got > 0; got = readPiece()) {
+        request.received += got;
         if (request.place == ListItself) {
             listText.append(piece.data(), static_cast<int>(got));
         } else {

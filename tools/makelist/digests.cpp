@@ -42,7 +42,7 @@ FileDigest TakeDigest(const std::string& tree, const TreeFile& file, std::vector
 
     Sha256Context context;
     std::int64_t size = 0;
-    std::size_t got;
+    std::size_t got = 0;
     do {
         got = std::fread(piece.data(), 1, piece.size(), stream.get());
         context.Append(piece.data(), got);
@@ -84,8 +84,10 @@ std::vector<FileDigest> TakeDigests(const std::string& tree, const std::vector<T
     std::atomic<std::int64_t> bytesDone = 0;
     const auto work = [&] {
         std::vector<std::uint8_t> piece(PieceSize);
-        for (std::size_t i; (i = next++) < order.size(); ++filesDone)
+        for (std::size_t i = next++; i < order.size(); i = next++) {
             digests[order[i]] = TakeDigest(tree, files[order[i]], piece, bytesDone);
+            ++filesDone;
+        }
     };
 
     Progress now;

@@ -18,8 +18,7 @@ std::set<std::string> DirectoriesAbove(const Paths& paths)
 {
     std::set<std::string> directories;
     for (std::string path : paths) {
-        int cut;
-        while ((cut = LastBackslash(path)) >= 0) {
+        for (int cut = LastBackslash(path); cut >= 0; cut = LastBackslash(path)) {
             EraseFrom(path, cut);
             if (!directories.insert(path).second)
                 break;
