@@ -29,8 +29,8 @@ SetCompressor /SOLID lzma
 !define ENTRY "Software\Microsoft\Windows\CurrentVersion\Uninstall\${GAME}"
 !define START_MENU_SHORTCUT "$SMPROGRAMS\${PROGRAM}.lnk"
 !define DESKTOP_SHORTCUT "$DESKTOP\${PROGRAM}.lnk"
-; Bytes of UTF-8. Windows takes 259 for a whole path; 119 are left for the game's own. The longest path of the launcher's
-; temporary copy needs 81 of them.
+; Bytes of UTF-8. Windows takes 259 for a whole path: a backslash and 118 are left for the game's own, and make-list warns
+; above that. The longest path of the launcher's temporary copy needs 81 of them.
 !define LONGEST_ROOT 140
 
 Name "${PROGRAM}"
@@ -77,7 +77,8 @@ VIAddVersionKey LegalCopyright ""
 Var Refusal     ; why the folder can't be taken; empty if it can
 Var IsNew       ; 1 if nothing is installed in the folder
 Var StartLater  ; 1 if the launcher is to be started at the end
-Var Created     ; the highest folder that the installation had to make for a new root
+Var Created     ; the highest folder that the installation had to make for a new root; empty if the root was there
+Var Told        ; 1 if the reason of a failure has been said
 Var Pass        ; "test" or "move": what WalkStage does with each file
 Var Blocked     ; the file that WalkStage could not open or replace; empty if there was none
 
@@ -85,6 +86,7 @@ Var Blocked     ; the file that WalkStage could not open or replace; empty if th
 
 ; Tells who called a silent run why it stops.
 !macro Say TEXT
+    StrCpy $Told 1
     ${If} ${Silent}
         System::Call 'kernel32::GetStdHandle(i -11) p .r0'
         FileWrite $0 "${TEXT}$\r$\n"
@@ -149,8 +151,14 @@ Function FinalPath
     StrCpy $1 $0
     StrCpy $2 ""
     ${Do}
+        ; Without the backslash, a drive would stand for the current folder on it.
+        StrCpy $4 $1
+        StrLen $3 $1
+        ${If} $3 = 2
+            StrCpy $4 "$1\"
+        ${EndIf}
         ; Only a name is asked for: no rights, shared with all, folders too.
-        System::Call 'kernel32::CreateFileW(w r1, i 0, i 7, p 0, i 3, i 0x02000000, p 0) p .r3'
+        System::Call 'kernel32::CreateFileW(w r4, i 0, i 7, p 0, i 3, i 0x02000000, p 0) p .r3'
         ${If} $3 P<> -1
             System::Call 'kernel32::GetFinalPathNameByHandleW(p r3, w .r4, i ${NSIS_MAX_STRLEN}, i 0) i .r5'
             System::Call 'kernel32::CloseHandle(p r3)'
@@ -316,6 +324,9 @@ Function CheckFolder
 FunctionEnd
 
 Function .onInit
+    ${IfNot} ${AtLeastWin8}
+        !insertmacro Refuse "${PROGRAM} needs Windows 8 or later."
+    ${EndIf}
     ; NSIS takes the default for a folder that it can't make: a share that does not answer, a path below a file.
     System::Call 'kernel32::GetCommandLineW() p .r0'
     System::Call 'shlwapi::StrStrW(p r0, w " /D=") p .r0'
@@ -384,48 +395,71 @@ Function WalkStage
 FunctionEnd
 
 ; The pass on the stack over all new files. A file that can't be replaced: the user closes what holds it, or gives up.
+; Half-way through the second pass it is worth a few tries more: a virus scanner lets go soon.
 Function WalkAll
     Pop $Pass
+    StrCpy $4 0
+    StrCpy $5 ""
+    ${If} $Pass == "move"
+    ${AndIf} $IsNew <> 1
+        StrCpy $5 " A part of the launcher is replaced already. If you give up, run setup again."
+    ${EndIf}
     ${Do}
         StrCpy $Blocked ""
         Push ""
         Call WalkStage
         ${If} $Blocked == ""
             ${ExitDo}
+        ${ElseIf} $Pass == "move"
+        ${AndIf} $4 < 6
+            IntOp $4 $4 + 1
+            Sleep 500
         ${ElseIf} ${Cmd} `MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION "$Blocked can't be replaced. Close the program \
-            that uses it, then press Retry." /SD IDCANCEL IDCANCEL`
+            that uses it, then press Retry.$5" /SD IDCANCEL IDCANCEL`
             ${IfNot} ${Silent}
                 SetErrorLevel 1
             ${EndIf}
-            !insertmacro Say "$Blocked can't be replaced."
-            Abort "$Blocked can't be replaced."
+            !insertmacro Say "$Blocked can't be replaced.$5"
+            Abort "$Blocked can't be replaced.$5"
         ${EndIf}
     ${Loop}
 FunctionEnd
 
+!define UNWRITABLE "$INSTDIR can't be written to, or the disk is full."
+
 Section
-    ${If} $IsNew <> 1
-        Call AskToClose
-    ${EndIf}
-    StrCpy $Created $INSTDIR
-    ${Do}
-        ${GetParent} $Created $0
-        ${If} ${FileExists} "$0\*.*"
-            ${ExitDo}
-        ${EndIf}
+    ; Another setup counts too: two of them would delete each other's stage.
+    Call AskToClose
+    StrCpy $Created ""
+    StrCpy $0 $INSTDIR
+    ${DoUntil} ${FileExists} "$0\*.*"
         StrCpy $Created $0
+        ${GetParent} $0 $0
     ${LoopUntil} $0 == ""
     RMDir /r "${STAGE}"
+    StrCpy $Told 0
     ClearErrors
+    ${If} $IsNew = 1
+        ; First of all: a setup that is ended half-way can be run again.
+        CreateDirectory "$INSTDIR"
+        FileOpen $0 "$INSTDIR\${MARK}" w
+        FileWrite $0 "${MARK_TEXT}"
+        FileClose $0
+    ${EndIf}
     SetOutPath "${STAGE}"
+    ${If} ${Errors}
+        !insertmacro Say "${UNWRITABLE}"
+        Abort "${UNWRITABLE}"
+    ${EndIf}
+    ; A file that can't be written ends the section here.
     File /r "${TREE}/*"
     WriteUninstaller "${STAGE}\${UNINSTALLER}"
     FileOpen $0 "${STAGE}\${MARK}" w
     FileWrite $0 "${MARK_TEXT}"
     FileClose $0
     ${If} ${Errors}
-        !insertmacro Say "$INSTDIR can't be written to, or the disk is full."
-        Abort "$INSTDIR can't be written to, or the disk is full."
+        !insertmacro Say "${UNWRITABLE}"
+        Abort "${UNWRITABLE}"
     ${EndIf}
     Push "test"
     Call WalkAll
@@ -455,12 +489,17 @@ SectionEnd
 
 ; A setup that fails or is given up leaves what was there before.
 Function .onInstFailed
+    ${If} $Told <> 1
+        !insertmacro Say "${UNWRITABLE}"
+    ${EndIf}
     SetOutPath "$TEMP"
     RMDir /r "${STAGE}"
     ${If} $IsNew = 1
         RMDir /r "$INSTDIR\Game"
         Delete "$INSTDIR\${UNINSTALLER}"
         Delete "$INSTDIR\${MARK}"
+    ${EndIf}
+    ${If} $Created != ""
         StrCpy $0 $INSTDIR
         ${Do}
             RMDir "$0"
@@ -511,12 +550,17 @@ Function un.DeleteTree
         ${DoWhile} $2 != ""
             ${If} $2 == "."
             ${OrIf} $2 == ".."
-            ${ElseIf} ${FileExists} "$0\$2\*.*"
-                Push "$0\$2"
-                Call un.DeleteTree
             ${Else}
-                SetFileAttributes "$0\$2" NORMAL
-                Delete "$0\$2"
+                ; By the attribute: a junction that leads nowhere is a folder too, though an empty one to a search.
+                System::Call 'kernel32::GetFileAttributesW(w "$0\$2") i .r3'
+                IntOp $3 $3 & 0x10
+                ${If} $3 <> 0
+                    Push "$0\$2"
+                    Call un.DeleteTree
+                ${Else}
+                    SetFileAttributes "$0\$2" NORMAL
+                    Delete "$0\$2"
+                ${EndIf}
             ${EndIf}
             FindNext $1 $2
         ${Loop}
@@ -533,9 +577,9 @@ Section Uninstall
     Push "$INSTDIR\Game"
     Call un.DeleteTree
     ${If} ${FileExists} "$INSTDIR\Game\*.*"
-        DetailPrint "Some files of $INSTDIR\Game are in use and could not be deleted."
+        !insertmacro Say "Some files of $INSTDIR\Game are in use and could not be deleted."
         SetErrorLevel 2
-        Abort
+        Abort "Some files of $INSTDIR\Game are in use and could not be deleted."
     ${EndIf}
     ; The entry and the shortcuts may be those of another installation since.
     ReadRegStr $0 HKCU "${ENTRY}" "InstallLocation"

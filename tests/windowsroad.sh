@@ -45,6 +45,9 @@ run_setup() {
     read -ra words <<<"/D=$(wine_path "$1")"
     timeout 120 wine64 "$setup" /S "${words[@]}" </dev/null 2>/dev/null
 }
+setup_runs_on() {
+    wine64 reg add "HKCU\\Software\\Wine\\AppDefaults\\$(basename "$setup")" /v Version /d "$1" /f >/dev/null 2>&1
+}
 content() { find "$1" -type f -printf '%P %s %T@\n' 2>/dev/null | sort; }
 # The setup program ends with 2, says why, and touches nothing: refuses FOLDER REASON
 refuses() {
@@ -95,10 +98,11 @@ play_road() {
     long=$sample/$(printf '%0140d' 0)
     mkdir -p "$foreign"
     touch "$foreign/holiday.jpg" "$sample/beside.txt"
+    setup_runs_on win7
+    verify "setup refuses Windows 7" refuses "$tree" "needs Windows 8"
+    setup_runs_on win10
     verify "setup refuses a folder with a foreign file" refuses "$foreign" "holds holiday.jpg"
     verify "and one whose path is too long" refuses "$long" "at most 140"
-    # Wine's own version of Windows can't have letters outside ASCII in the folder's path.
-    wine64 reg add "HKCU\\Software\\Wine\\AppDefaults\\$(basename "$setup")" /v Version /d win10 /f >/dev/null 2>&1
     verify "setup installs silently" run_setup "$tree"
     # The published launcher is another one: it is not signed.
     expect_requests List.txt List.txt
