@@ -32,10 +32,9 @@ bool IsInTemporaryFolder(const std::string& path)
            path[end] == '\\';
 }
 
-// Bytes. Windows and the launcher take 260 with the zero at the end. A usual root takes the rest: that of
-// setup is C:/Users/somebody/AppData/Local/Programs/Tessaloom, with a name of up to 20 letters.
-constexpr std::size_t LongestPath =
-    260 - sizeof("C:/Users/12345678901234567890/AppData/Local/Programs/Tessaloom/");
+// Bytes. Windows and the launcher take 259 for a whole path. The longest root that the setup program takes
+// has 140, and a backslash follows it.
+constexpr std::size_t LongestPath = 259 - 140 - 1;
 
 std::string LastName(const std::string& path)
 {
@@ -94,10 +93,9 @@ void CheckFile(const std::string& path, std::int64_t size, Remarks& remarks)
         remarks.warnings.push_back(Remark(
             path, "\"?\" or \"%\" means something else in an address: the launcher asks for another file"));
     if (path.size() > LongestPath)
-        remarks.warnings.push_back(
-            Remark(path, std::to_string(path.size()) +
-                             " bytes long: below a usual folder of a game it reaches the 260 "
-                             "bytes that no launcher can write"));
+        remarks.warnings.push_back(Remark(
+            path, std::to_string(path.size()) + " bytes long: in the longest folder that setup takes, only " +
+                      std::to_string(LongestPath) + " can be written"));
     if (!Contains(path, "."))
         remarks.warnings.push_back(
             Remark(path, "no dot in the whole path: a running game then stops every update"));
