@@ -48,6 +48,8 @@ const AnswerRow answerRows[] = {
     {"other content", "b", {200, "CONTENT"}, "b: other content: its digest is not that of the list\n"},
     {"a file cut short", "b", Script(200, Content, "", 3), "b: cut short: 3 of 7 bytes came\n"},
     {"a packed list", "List.txt", Script(200, Packed, "Content-Encoding: deflate\r\n"), "", Fine},
+    {"more files than at once", "List.txt", Script(200, ListOf("abcdefghijklmnopqrst")), "",
+     "20 files checked, all as the list says"},
     {"kept by caches", "List.txt", Script(200, ListOf("abc"), "Cache-Control: max-age=3600\r\nAge: 600\r\n"),
      "List.txt: may stay in caches for 50 minutes (max-age=3600): so long, players may not see the next "
      "version\n",

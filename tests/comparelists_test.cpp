@@ -59,12 +59,14 @@ private slots:
     {
         const std::string old =
             "F#changed#1#aa\nF#capitals#1#C0\nF#MyList.txt#1#dd\nF#unins000.exe#1#x\nF#gone#1#x\n"
-            "D#maps\nF#maps\\deep\\a.map#1#x\nF#maps\\b.map#1#x\nF#maps\\c.map#1#x\nF#same#1#bb";
-        const std::string now = "F#changed#5000000000#ab\nF#capitals#1#c0\nF#MyList.txt#9#ee\nF#same#1#BB\n";
+            "D#maps\nD#maps\\far\nF#maps\\far\\deep\\a.map#1#x\nF#maps\\b.map#1#x\nF#maps\\c.map#1#x\nF#same#"
+            "1#bb";
+        const std::string now =
+            "a remark: F#x#7#\nF#changed#5000000000#ab\nF#capitals#1#c0\nF#MyList.txt#9#ee\nF#same#1#BB\n";
         const Comparison outcome = CompareLists(Parsed(old), Parsed(now + Launcher + "y"));
         QCOMPARE(ReportText(outcome, 100).c_str(),
                  "fetched: 3 files, 5 000 001 001 bytes (4.7 GiB)\n"
-                 "deleted: 4 files, 2 folders\n"
+                 "deleted: 4 files, 3 folders\n"
                  "the launcher restarts: yes, its own executable changes\n"
                  "time: 6 min 40 s at 100 Mbit/s\n"
                  "the largest:\n"

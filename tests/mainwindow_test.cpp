@@ -1,4 +1,6 @@
 // The window and its update cycle: which updates it refuses, its log and its tick, and how the program ends.
+#include <QWebEnginePage>
+
 #include "support/childprocess.h"
 #include "support/testmain.h"
 #include "support/windowundertest.h"
@@ -19,6 +21,38 @@ private slots:
         timer.start(0);
         QVERIFY(test.Process(QString("F#absent#1#x\n").repeated(300).toStdString()));
         QVERIFY(rounds > 20); // one for ten files
+    }
+
+    void aPageThatFailedShowsToo()
+    {
+        WindowUnderTest test;
+        QWebEngineView& view = *test.OpenStill().ui->WebView;
+        view.hide();
+        emit view.page()->loadFinished(false);
+        QVERIFY(view.isVisible());
+    }
+
+    void oneBoxWithAnErrorIconTellsThatAGameRuns()
+    {
+        if (IsWindows)
+            QSKIP("The box is the system's own.");
+        WindowUnderTest test;
+        test.Publish({{"a.txt", "1"}});
+        test.OpenStill().gameProcessRunning = true;
+        QList<QMessageBox::Icon> boxes;
+        QTimer looking;
+        connect(&looking, &QTimer::timeout, [&] {
+            for (QWidget* widget : QApplication::topLevelWidgets()) {
+                if (auto* const box = qobject_cast<QMessageBox*>(widget)) {
+                    boxes += box->icon();
+                    QMetaObject::invokeMethod(box, "accept", Qt::QueuedConnection);
+                }
+            }
+        });
+        looking.start(200); // many ticks after the box has opened
+        test.window->updateTimer.start();
+        QVERIFY(ProgramQuits());
+        QCOMPARE(boxes, {QMessageBox::Critical});
     }
 
     void anotherRootIsRefusedBeforeAnyRequest()

@@ -61,8 +61,11 @@ private slots:
     {
         TlsServer server;
         server.scripts["launcher.php"] = {302, "", "Location: notes/\r\n"};
-        server.scripts["notes/"] = {200, "<h1>M\xF6hre</h1><a href=more>more</a><img src=picture>", isHtml};
+        server.scripts["notes/"] = {
+            200, "<h1>M\xF6hre</h1><a href=more>more</a><img src=picture><img src=missing>", isHtml};
         server.scripts["notes/picture"].body = "P1 8 1 0 0 0 0 0 0 0 0"; // eight pixels wide
+        server.scripts["notes/missing"] = {404};
+        server.scripts["notes/missing"].delay = 200; // the last one
         Visit visit(server.base + "launcher.php");
         QVERIFY(visit.loaded.wait(10000) && visit.loaded[0][0].toBool());
         QCOMPARE(visit.text.toPlainText().left(10), QString("Möhre\nmore"));
@@ -111,8 +114,15 @@ private slots:
         QVERIFY(visit.loaded.wait(60000) && !visit.loaded[0][0].toBool());
         QVERIFY(visit.text.toPlainText().contains("longer than half a minute"));
 
+        server.scripts["again"] = server.scripts["page"];
+        server.scripts["pictures"] = {200, "<img src=page><img src=again>", isHtml};
+        Visit pictures(server.base + "pictures");
+        QTRY_COMPARE(server.running, 2);
+        pictures.view->page()->findChild<QTimer*>("", Qt::FindDirectChildrenOnly)->start(500);
+        QVERIFY(pictures.loaded.wait(60000) && pictures.loaded[0][0].toBool());
+
         Visit closed(server.base + "page");
-        QTRY_COMPARE(server.requests.size(), 2);
+        QTRY_COMPARE(server.running, 1);
         closed.view.reset();
         QTRY_COMPARE(server.running, 0);
         QCOMPARE(closed.loaded.size(), 0);

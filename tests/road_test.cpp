@@ -230,17 +230,24 @@ private slots:
             const char* bystander;
             QStringList requests;
         };
-        const char wrong[] = "TessaloomLauncher was not started in a correct directory";
+        const char wrong[] =
+            "TessaloomLauncher was not started in a correct directory, it should be started in: Game/";
         for (const Row& row : {Row{"Error", copies + "11", "xTessaloomLauncher.exe", {"List.txt"}},
                                {wrong, "Game/" + stem, LauncherFileName, {}}}) {
             const TemporaryTree elsewhere;
             ChildProcess other(elsewhere.Path(row.bystander));
             QVERIFY(QDir().mkpath(road->tree.Path(row.folder).c_str()));
             const Tree before = TreeOf(road->tree.Root());
+            // The claim of the installed run. While the box about the folder is open, it would refuse each
+            // start.
+            const std::string folder = road->tree.WindowsRoot() + "\\Game";
+            const std::string claim = road->said.Path(LauncherFileName + ("-" + Sha256Of(folder)));
+            QVERIFY(WriteFile(claim, ""));
             const auto launcher = road->Start(row.folder);
             QVERIFY2(QTest::qWaitFor([&] { return PressBox(row.title); }, 30000), row.title);
             QVERIFY(launcher->waitForFinished());
             QVERIFY(launcher->exitStatus() == QProcess::NormalExit && launcher->exitCode() == 0);
+            QCOMPARE(QFile::exists(claim.c_str()), row.title != wrong);
             QCOMPARE(road->server.requests, row.requests);
             COMPARE_ALL(TreeOf(road->tree.Root()), before);
             QVERIFY(other.state() == QProcess::Running);

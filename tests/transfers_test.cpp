@@ -57,15 +57,18 @@ private slots:
             QString cause; // in the log
         };
         const QString noHost = "Can not locate host, your internet connection may be down";
+        const QString loadedInvalid = "List of files loaded with 2 elements\nList of files is invalid";
         for (const Row& row : {Row{"closed port", "http://127.0.0.1:1/", {}, "ConnectionRefusedError"},
                                {"unknown host", "http://name.invalid/", {}, noHost},
                                {"breaks off", "", {200, "F#a#1#0\n", "", 7}, "RemoteHostClosedError"},
-                               {"foreign page", "", {200, "<p>\n#F#Wi-Fi#"}, "List of files is invalid"}}) {
+                               {"no body", "", {204, "F#a#1#0\n", "", 0}, "RemoteHostClosedError"},
+                               {"foreign page", "", {200, "<p>\n#F#Wi-Fi#"}, loadedInvalid}}) {
             const Tree game = Files({"a", "sets/", "sets/a.map"});
             WindowUnderTest test;
             test.server.fallback = row.answer;
             fileListUrl = row.url.empty() ? fileListUrl : row.url;
-            QVERIFY2(test.Update(game) && test.Shows().contains(row.cause), row.name);
+            QVERIFY2(test.Update(game) && test.Shows().join("\n").contains("\n" + row.cause + "\n"),
+                     row.name);
             QVERIFY2(updateState == UpdateState::Offline && test.GameTree() == game, row.name);
             QCOMPARE(test.window->ui->WebView->isHidden(), row.cause == noHost);
         }
