@@ -11,3 +11,21 @@ Q_COREAPP_STARTUP_FUNCTION(FixTextConventions)
 // Some things exist on one kind of system only, such as pipes.
 inline const bool IsWindows = QSysInfo::kernelType() == "winnt";
 inline const char* const TemporaryFolderVariable = IsWindows ? "TMP" : "TMPDIR"; // of the environment
+
+// A table's rows, each with a `name` to run it by.
+template <typename Rows>
+void AddRows(const Rows& rows)
+{
+    QTest::addColumn<int>("place");
+    int place = 0;
+    for (const auto& row : rows)
+        QTest::newRow(row.name) << place++;
+}
+
+// The row of the table that runs.
+template <typename Rows>
+const auto& CurrentRow(const Rows& rows)
+{
+    QFETCH(int, place);
+    return rows[static_cast<std::size_t>(place)];
+}
