@@ -37,15 +37,12 @@ int main(int argc, char* argv[])
 {
     FixTextConventions();
     QCoreApplication application(argc, argv);
-    FixTextConventions();
-    QCoreApplication::setApplicationName("check-server");
-    QCoreApplication::setApplicationVersion(PROGRAM_VERSION);
     QCommandLineParser parser;
     const QCommandLineOption quickOption("quick");
     const QCommandLineOption listOption("list", "", "FILE");
     const QCommandLineOption fromOption("from", "", "ADDRESS");
     parser.addOptions({quickOption, listOption, fromOption});
-    if (const auto code = ReadCommandLine(parser, Help))
+    if (const auto code = ReadCommandLine(parser, "check-server", Help))
         return *code;
     CheckOptions options;
     options.base = ServerBase(parser.positionalArguments().first().toStdString());

@@ -29,13 +29,10 @@ int main(int argc, char* argv[])
 {
     FixTextConventions();
     QCoreApplication application(argc, argv);
-    FixTextConventions();
-    QCoreApplication::setApplicationName("compare-lists");
-    QCoreApplication::setApplicationVersion(PROGRAM_VERSION);
     QCommandLineParser parser;
     const QCommandLineOption rateOption("rate", "", "MBIT");
     parser.addOption(rateOption);
-    if (const auto code = ReadCommandLine(parser, Help, 2))
+    if (const auto code = ReadCommandLine(parser, "compare-lists", Help, 2))
         return *code;
     const double rate = parser.value(rateOption).toDouble();
     if (parser.isSet(rateOption) && !(rate > 0))

@@ -4,20 +4,24 @@
 
 #include <QCoreApplication>
 
-std::optional<ExitCode> ReadCommandLine(QCommandLineParser& parser, const char* help, int count)
+#include "platform/platform.h"
+
+std::optional<ExitCode> ReadCommandLine(QCommandLineParser& parser, const char* name, const char* help,
+                                        int count)
 {
+    FixTextConventions();
+    QCoreApplication::setApplicationName(name);
     const QCommandLineOption helpOption(QStringList{"h", "help"});
     const QCommandLineOption versionOption("version");
     parser.addOptions({helpOption, versionOption});
 
-    const QString name = QCoreApplication::applicationName();
     const bool understood = parser.parse(QCoreApplication::arguments());
     if (understood && parser.isSet(helpOption)) {
         std::fputs(help, stdout);
         return Fine;
     }
     if (understood && parser.isSet(versionOption)) {
-        std::printf("%s %s\n", qPrintable(name), qPrintable(QCoreApplication::applicationVersion()));
+        std::printf("%s %s\n", name, PROGRAM_VERSION);
         return Fine;
     }
     const QStringList arguments = parser.positionalArguments();

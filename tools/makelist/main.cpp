@@ -77,13 +77,10 @@ int main(int argc, char* argv[])
 {
     FixTextConventions();
     QCoreApplication application(argc, argv);
-    FixTextConventions();
-    QCoreApplication::setApplicationName("make-list");
-    QCoreApplication::setApplicationVersion(PROGRAM_VERSION);
     QCommandLineParser parser;
     const QCommandLineOption outputOption("o", "", "FILE");
     parser.addOption(outputOption);
-    if (const auto code = ReadCommandLine(parser, Help))
+    if (const auto code = ReadCommandLine(parser, "make-list", Help))
         return *code;
     const QString output = parser.value(outputOption);
     if (parser.isSet(outputOption) && output.isEmpty())
