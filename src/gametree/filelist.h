@@ -6,6 +6,16 @@
 //     F#path#size#digest     a file that the tree must hold
 // Anything else is skipped. Paths are relative to the tree's root, with backslashes, in the case they have on
 // disk. Every directory that directly holds a listed file needs a D record, parents first.
+//
+// A part of a list would delete every file that the rest names. What stops a list that was cut short:
+// - on the way, if its length or its end is announced (Content-Length, chunks): the transfer fails
+//   (qtdownload). Qt drops the length of a packed list; only the count can tell then.
+// - with a count of its records: ParseFileList refuses it. make-list always writes one.
+// - by a full disk: TransferFinished deletes it (mainwindow/transferend.cpp).
+// - by a disk that fails while it is read: ReadListLines gives no line, and a list without lines is invalid.
+// A last line without its line end is accepted. If its digest is cut, that one file is fetched once more.
+// With neither length nor count, nothing tells: the part is taken for the complete list, and what the rest
+// names is deleted.
 #pragma once
 
 #include <cstdint>
