@@ -4,7 +4,6 @@
 #include <QString>
 
 #include "gametree/layout.h"
-#include "gametree/strings.h"
 #include "helpers/text.h"
 
 namespace {
@@ -26,7 +25,7 @@ std::vector<std::string> ForeignFiles(const std::vector<std::string>& entries, c
     std::vector<std::string> foreign;
     for (const std::string& entry : entries) {
         // The ending first, since it costs least: a tree can have many files.
-        if (IsProgramOrPaper(entry) && Contains(entry, "\\") && !Contains(entry, tempFolderStem) &&
+        if (IsProgramOrPaper(entry) && Contains(entry, "\\") && !SparedFolderIn(entry) &&
             !SparedNameIn(entry) && !gameFolders.contains(TopFolderKey(entry)))
             foreign.push_back(entry);
     }

@@ -31,6 +31,11 @@ const char* SparedNameIn(const std::string& path)
     return nullptr;
 }
 
+const char* SparedFolderIn(const std::string& path)
+{
+    return Contains(path, tempFolderStem) ? tempFolderStem.c_str() : nullptr;
+}
+
 bool IsListItself(const std::string& path)
 {
     const std::string copysFolder = StripPathComponents(LauncherFolder, 1);

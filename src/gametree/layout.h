@@ -49,6 +49,10 @@ std::string TopComponent(const std::string& path);
 // The first of SparedNames that `path` holds, or null.
 const char* SparedNameIn(const std::string& path);
 
+// The part of `path` for which an update deletes neither a folder of this path nor a file, except with an
+// unlisted folder above it; or null. Only the stem of the temporary folders' names is such a part.
+const char* SparedFolderIn(const std::string& path);
+
 // True for the published list, in the two places that it may have: in the root, where the publisher keeps it,
 // and where the launcher puts its local file.
 bool IsListItself(const std::string& path);

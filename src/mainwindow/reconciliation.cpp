@@ -4,7 +4,6 @@
 #include "gametree/filelist.h"
 #include "gametree/foreignfiles.h"
 #include "gametree/layout.h"
-#include "gametree/strings.h"
 #include "helpers/files.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
@@ -40,7 +39,7 @@ bool DeleteUnlistedFiles(MainWindow& window, const std::string& prefix,
 {
     for (std::size_t i = 0; i < treeEntries.size(); ++i) {
         const std::string& entry = treeEntries[i];
-        if (Contains(entry, tempFolderStem))
+        if (SparedFolderIn(entry) != nullptr)
             continue;
         if (content.fileNameIndex.count(entry) == 0 && FileExists(prefix + entry) &&
             SparedNameIn(entry) == nullptr) {
@@ -75,7 +74,7 @@ bool RemoveUnlistedFolders(MainWindow& window, const std::string& prefix,
     for (std::size_t i = 0; i < treeEntries.size(); ++i) {
         const bool standsInRoot = Contains(treeEntries[i], ".") && !Contains(treeEntries[i], "\\");
         const std::string folder = FolderOf(treeEntries[i]);
-        if (standsInRoot || Contains(folder, tempFolderStem))
+        if (standsInRoot || SparedFolderIn(folder) != nullptr)
             continue;
         if (content.directoryIndex.count(folder) == 0 && PathExists(prefix + folder)) {
             if (window.gameProcessRunning)

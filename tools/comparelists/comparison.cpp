@@ -10,7 +10,6 @@
 #include "console/wording.h"
 #include "gametree/foreignfiles.h"
 #include "gametree/layout.h"
-#include "gametree/strings.h"
 #include "helpers/numbers.h"
 #include "helpers/text.h"
 #include "helpers/wrapping.h"
@@ -136,7 +135,7 @@ void Update::FindDeletedFolders()
         if (folder.empty() || Equals(folder, last) || !Contains(file, ".") || IsNeverFetched(file))
             continue;
         folders.insert(folder);
-        if (!Contains(folder, tempFolderStem) && now.directoryIndex.count(folder) == 0)
+        if (SparedFolderIn(folder) == nullptr && now.directoryIndex.count(folder) == 0)
             emptied.insert(folder);
         last = std::move(folder);
     }
@@ -154,7 +153,7 @@ void Update::FindDeletedFiles()
 {
     Names deleted;
     for (const std::string& file : lostFiles) {
-        if (!IsNeverFetched(file) && !Contains(file, tempFolderStem) && SparedNameIn(file) == nullptr)
+        if (!IsNeverFetched(file) && SparedFolderIn(file) == nullptr && SparedNameIn(file) == nullptr)
             deleted.insert(file);
     }
     if (!gone.empty()) {

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "console/wording.h"
-#include "gametree/strings.h"
+#include "gametree/layout.h"
 #include "helpers/paths.h"
 #include "helpers/text.h"
 #include "makelist/walk.h"
@@ -32,7 +32,7 @@ void WarnOfUnlistedDirectories(const std::set<std::string>& all, const std::set<
                                const std::set<std::string>& holdingLeftOut, Remarks& remarks)
 {
     for (const std::string& directory : all) {
-        if (listed.count(directory) != 0 || Contains(directory, tempFolderStem))
+        if (listed.count(directory) != 0 || SparedFolderIn(directory) != nullptr)
             continue;
         if (holdingLeftOut.count(directory) != 0)
             remarks.warnings.push_back(Remark(

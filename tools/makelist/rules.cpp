@@ -18,10 +18,10 @@ namespace {
 // The part of the path for which the launcher spares the file, or the empty text.
 std::string SparedFor(const std::string& path)
 {
-    if (Contains(path, tempFolderStem))
-        return tempFolderStem;
-    const char* name = SparedNameIn(path);
-    return name != nullptr ? name : "";
+    const char* part = SparedFolderIn(path);
+    if (part == nullptr)
+        part = SparedNameIn(path);
+    return part != nullptr ? part : "";
 }
 
 bool IsInTemporaryFolder(const std::string& path)
