@@ -8,7 +8,8 @@ published=$sample/published
 tree="$sample/Adas Spiele für zu Hause"
 server=$sample/server
 home=$sample/home
-release=$tree/Game/TessaloomLauncher/Release
+launcher=Game/TessaloomLauncher/Release
+release=$tree/$launcher
 game=Game/Tessaloom/Code/Current/Release
 pictures=$sample/screenshots
 report=$sample/exitcodes
@@ -18,10 +19,10 @@ windowPackages=(xvfb xdotool imagemagick g++ procps)
 
 # --- The game and its server ---
 
-# Random bytes, but the same ones for the same name: blob NAME KIBIBYTES FILE
+# blob KIBIBYTES FILE: random bytes.
 blob() {
-    mkdir -p "$(dirname "$3")"
-    head -c "$(($2 * 1024))" /dev/zero | openssl enc -aes-256-ctr -nosalt -pbkdf2 -pass "pass:$1" >"$3"
+    mkdir -p "$(dirname "$2")"
+    head -c "$1K" /dev/urandom >"$2"
 }
 
 # Version 2, as the publisher has it. Names as players have them: blanks, "+", "%", letters outside ASCII.
@@ -32,31 +33,28 @@ make_published_tree() {
     cmake --install "$build" --prefix "$published" >/dev/null
     mkdir -p "$published/$game"
     cp "$build/samplegame/Tessaloom.exe" "$published/$game/"
-    printf 'version = 2\nlooms = 12\n' >"$published/$game/settings.ini"
-    blob textures 40960 "$published/Game/Tessaloom/Textures/textures.pak"
-    blob garden 700 "$published/Game/Tessaloom/Worlds/Hanging Gardens/north + south.map"
-    blob bridge 500 "$published/Game/Tessaloom/Worlds/Höhenzug/Brücke über den Fluß.map"
-    blob wool 300 "$published/Game/Tessaloom/Worlds/100% Wool/pattern 50%.map"
+    echo "version = 2" >"$published/$game/settings.ini"
+    echo "Tessaloom, version 2" >"$published/readme.txt"
+    blob 40960 "$published/Game/Tessaloom/Textures/textures.pak"
+    blob 700 "$published/Game/Tessaloom/Worlds/Hanging Gardens/north + south, 100% wool.map"
+    blob 500 "$published/Game/Tessaloom/Worlds/Höhenzug/Brücke über den Fluß.map"
     local number
-    for number in {01..24}; do
-        blob "pattern$number" 64 "$published/Game/Tessaloom/Patterns/Set $((10#$number % 4))/pattern $number.dat"
+    for number in {1..24}; do
+        blob 64 "$published/Game/Tessaloom/Patterns/Set $((number % 4))/pattern $number.dat"
     done
-    printf 'Tessaloom, version 2\n' >"$published/readme.txt"
 }
 
 # Version 1, as the player has it: files are missing, changed and left over, a folder is to be removed, and the game is
 # no program yet.
 make_installed_tree() {
     cp -a "$published/." "$tree"
-    rm -f "$tree/List.txt"
     rm -r "$tree/Game/Tessaloom/Worlds/Hanging Gardens" "$tree/Game/Tessaloom/Patterns/Set 3"
-    rm "$tree/Game/Tessaloom/Worlds/Höhenzug/Brücke über den Fluß.map"
-    blob "old textures" 40960 "$tree/Game/Tessaloom/Textures/textures.pak"
-    blob "old wool" 200 "$tree/Game/Tessaloom/Worlds/100% Wool/pattern 50%.map"
-    printf 'version = 1\nlooms = 8\n' >"$tree/$game/settings.ini"
-    printf 'Tessaloom, version 1\n' | tee "$tree/readme.txt" >"$tree/$game/Tessaloom.exe"
-    blob "old sound" 100 "$tree/Game/Tessaloom/Sounds of version 1/loom.ogg"
-    printf 'left over\n' >"$tree/Game/Tessaloom/left over.txt"
+    blob 40960 "$tree/Game/Tessaloom/Textures/textures.pak"
+    blob 400 "$tree/Game/Tessaloom/Worlds/Höhenzug/Brücke über den Fluß.map"
+    echo "version = 1" >"$tree/$game/settings.ini"
+    echo "Tessaloom, version 1" | tee "$tree/readme.txt" >"$tree/$game/Tessaloom.exe"
+    blob 100 "$tree/Game/Tessaloom/Sounds of version 1/loom.ogg"
+    echo "left over" >"$tree/Game/Tessaloom/left over.txt"
 }
 
 # start_server RATE: starts nginx, with a certificate that is trusted in the folder `home`. It gives out so many bytes
@@ -95,52 +93,33 @@ requests_as_expected() {
     grep ' /LatestVersion/' "$server/access.log" | LC_ALL=C sort | diff "$sample/expected.log" - | sed 's/^/         /'
 }
 verify_update() {
+    verify "the patch notes came over HTTPS" grep -q '^GET 200 .* /launcher.php$' "$server/access.log"
     verify "the tree is equal to the published one" tree_is_as_published
     verify "each outdated file was asked for once, and nothing else" requests_as_expected
 }
 
-# --- Processes ---
+# --- The launcher and its window ---
 
 # start_launcher COMMAND...: starts the installed launcher as a player does. A supervisor notes its exit code, and those
-# of all processes that it leaves running.
+# of all processes that it leaves running, and is their parent.
 start_launcher() {
     [[ -x $sample/supervise ]] || g++ -O1 -o "$sample/supervise" scripts/supervise.cpp
     (cd "$release" && exec "$sample/supervise" "$report" "$@" >>"$sample/launcher.log" 2>&1 </dev/null) &
     started+=($!)
 }
-# "PID FOLDER" of every running temporary copy, under this system or under Wine.
-temporary_copies() {
-    local pid program
-    # In another locale ps would print "?" for the letters outside ASCII.
-    LC_ALL=C.UTF-8 ps -ww -eo pid=,args= | tr '\\' / | while read -r pid program; do
-        program=${program#\"}
-        program=${program#Z:}
-        [[ $program == "$release"/LAUNCHER_TEMP_EXE_FOLDER*/TessaloomLauncher.exe* ]] || continue
-        program=${program#"$release/"}
-        echo "$pid ${program%%/*}"
-    done
+# Sets launcherPid to the running temporary copy.
+find_launcher() { launcherPid=$(pgrep -P "${started[-1]}" -f 'LAUNCHER_TEMP_EXE_FOLDER.*TessaloomLauncher'); }
+wait_for_launcher() {
+    wait_for 60 find_launcher || give_up "The temporary copy of the launcher did not start." "Look into $sample/launcher.log."
 }
-launcherPid=none
-# Sets launcherPid and launcherFolder to a temporary copy other than the last one that was found.
-find_launcher() {
-    local pid folder
-    read -r pid folder < <(temporary_copies | grep -v "^$launcherPid " | tail -n 1) || return 1
-    launcherPid=$pid
-    launcherFolder=$folder
-}
-ended() { grep -q "^$1 " "$report"; }
-ended_well() { grep -qx "$1 0" "$report"; }
-# The sample game writes the folder from which it was started.
-game_started_in_its_folder() {
-    grep -qxF -e "Started from $tree/$game" -e "Started from Z:$tree/$game" "$tree/$game/started.txt" 2>/dev/null
-}
-
-# --- The window ---
-
-# find_window NAME: sets `window`. The launcher's is of fixed size and without a frame.
+# Sets `window`.
 find_window() {
-    window=$(xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -n 1)
+    window=$(xdotool search --onlyvisible --name '^Tessaloom Launcher$' 2>/dev/null | head -n 1)
     [[ -n $window ]]
+}
+wait_for_window() {
+    wait_for_launcher
+    wait_for 60 find_window || give_up "No window came up." "Look into $sample/launcher.log."
 }
 # Without the window `import` waits for somebody to choose one.
 take_picture() { timeout 10 import -window "$window" "$picture"; }
@@ -155,40 +134,26 @@ pixels() {
     convert "$picture" -crop 709x370+12+40 +repage -fuzz 4% -fill black +opaque "$1" -fill white -opaque "$1" \
         -colorspace gray -format '%[fx:int(mean*w*h)]' info:
 }
-# The page has a heading in gold, and no pure white as the log has.
-page_is_visible() { take_picture && (($(pixels '#ffd873') > 300 && $(pixels white) < 100)); }
-page_was_fetched() { grep -q '^GET 200 .* /launcher.php$' "$server/access.log"; }
-# The log has pure white on its own ground, and neither the gold of the page nor the blue of the link.
-log_is_visible() {
-    take_picture
-    (($(pixels white) > 500 && $(pixels '#191919') > 50000 && $(pixels '#ffd873') < 100 && $(pixels '#2a82da') < 100))
-}
+# The patch notes have a heading in gold, and the log has pure white on a ground of its own.
+page_is_visible() { take_picture && (($(pixels '#ffd873') > 300)); }
+log_is_visible() { take_picture && (($(pixels white) > 500 && $(pixels '#191919') > 50000)); }
 press() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
-has_its_size() { [[ $(identify -format '%wx%h' "$picture") == 733x451 ]]; }
-# The large file takes some seconds, so that the picture shows the meter.
-files_arrive() { play_is_enabled || (($(grep -c ' /LatestVersion/' "$server/access.log") > 5)); }
 
 # --- The steps of the road ---
 
-wait_for_launcher() {
-    wait_for 60 find_launcher || give_up "The temporary copy of the launcher did not start." "Look into $sample/launcher.log."
-}
-# Waits until the launcher that has just been started has a window with Play enabled.
-wait_for_play() { wait_for 60 find_launcher && wait_for 60 find_window "Tessaloom Launcher" && wait_for 120 play_is_enabled; }
-# Waits until files arrive, and leaves a picture of it.
+files_arrive() { (($(grep -c ' /LatestVersion/' "$server/access.log") > 5)); }
+# Leaves a picture of the update. The large file takes some seconds, so that it shows the meter.
 watch_update() {
-    wait_for_launcher
-    wait_for 60 find_window "Tessaloom Launcher" || give_up "No window came up." "Look into $sample/launcher.log."
+    wait_for_window
     wait_for 60 files_arrive || give_up "The update did not begin." "Look into $server/error.log."
     sleep 1
     take_picture
     cp "$picture" "$pictures/downloading.png"
 }
-# verify_first_tab COMMAND: waits for the update's end. The command recognises the patch notes in the picture.
 verify_first_tab() {
     verify_within 120 "Play is enabled" play_is_enabled
-    verify_within 30 "the patch notes are on the first tab" "$1"
-    verify "the window has 733 by 451 pixels" has_its_size
+    verify_within 30 "the patch notes are on the first tab" page_is_visible
+    verify "the window has 733 by 451 pixels" [ "$(identify -format '%wx%h' "$picture")" = 733x451 ]
     cp "$picture" "$pictures/patch-notes.png"
 }
 verify_second_tab() {
@@ -198,7 +163,11 @@ verify_second_tab() {
     echo "   Pictures in $pictures"
 }
 press_play() { press 686 425; }
+# The sample game writes the folder from which it was started.
+game_started_in_its_folder() {
+    grep -qxF -e "Started from $tree/$game" -e "Started from Z:$tree/$game" "$tree/$game/started.txt" 2>/dev/null
+}
 verify_play() {
     verify_within 60 "the game was started from its own folder" game_started_in_its_folder
-    verify_within 20 "the launcher ended with 0" ended_well "$launcherPid"
+    verify_within 20 "the launcher ended with 0" grep -qx "$launcherPid 0" "$report"
 }

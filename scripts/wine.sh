@@ -9,7 +9,7 @@ wine_path() { printf 'Z:%s' "${1//\//\\}"; }
 # -p alone, until they are ended. CTest hands down the Wine that ./windows has started.
 start_wine() {
     # Debian's package keeps it out of everybody's path.
-    export PATH=/usr/lib/wine:$PATH WINEPREFIX=$windows/wine WINEARCH=win64 WINEDEBUG=-all
+    export PATH=/usr/lib/wine:$PATH WINEPREFIX=$windows/wineprefix WINEARCH=win64 WINEDEBUG=-all
     # No window about missing .NET and HTML parts, no entries in the desktop's menus.
     export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe="
     # Wine makes the home folder the player's desktop and documents, and translates the names of files by the locale.

@@ -5,8 +5,8 @@
 
 keys=$temporary/keys
 unpacked=$temporary/unpacked
+foreign=$sample/foreign
 shortcut="C:\\users\\$(id -un)\\AppData\\Roaming\\Microsoft\\Windows\\Start Menu\\Programs\\Tessaloom Launcher.lnk"
-entry='HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Tessaloom'
 
 # --- The packages ---
 
@@ -16,8 +16,9 @@ dist() {
     UPDATE_SERVER_HOST=${sampleServers[0]} PATCH_NOTES_HOST=${sampleServers[1]} SIGN_CERTIFICATE=$keys/key.p12 \
         SIGN_PASSWORD_FILE=$keys/password "$script" dist >"$keys/log" 2>&1
 }
-packages() { find "$windows" -maxdepth 1 -name 'Tessaloom*.*'; }
-a_wrong_password_leaves_no_package() { ! dist wrong && grep -q 'Wrong password' "$keys/log" && [[ -z $(packages) ]]; }
+a_wrong_password_leaves_no_package() {
+    ! dist wrong && grep -q 'Wrong password' "$keys/log" && ! compgen -G "$windows/Tessaloom*.*"
+}
 is_signed() { osslsigncode verify -CAfile "$keys/certificate.pem" -in "$1" >/dev/null 2>&1; }
 
 make_signed_packages() {
@@ -28,13 +29,13 @@ make_signed_packages() {
     say "Packages"
     verify "a wrong password ends dist with its reason and without a package" a_wrong_password_leaves_no_package
     dist right || give_up "The packages were not made." "$(tail "$keys/log")"
-    setup=$(packages | grep Setup)
+    setup=$(echo "$windows"/TessaloomSetup-*.exe)
     mkdir "$unpacked"
     local file
-    (cd "$unpacked" && for file in "$windows"/*.zip; do cmake -E tar xf "$file"; done)
-    while IFS= read -r file; do
+    for file in "$windows"/*.zip; do cmake -E chdir "$unpacked" cmake -E tar xf "$file"; done
+    for file in "$setup" "$unpacked"/{TessaloomPublisher,"TessaloomLauncher/$launcher"}/*.exe; do
         verify "$(basename "$file") is signed" is_signed "$file"
-    done < <(packages | grep exe && find "$unpacked" -name '*.exe')
+    done
 }
 
 # --- The setup program ---
@@ -45,34 +46,22 @@ run_setup() {
     read -ra words <<<"/D=$(wine_path "$1")"
     timeout 120 wine64 "$setup" /S "${words[@]}" </dev/null 2>/dev/null
 }
-setup_runs_on() {
-    wine64 reg add "HKCU\\Software\\Wine\\AppDefaults\\$(basename "$setup")" /v Version /d "$1" /f >/dev/null 2>&1
-}
-content() { find "$1" -type f -printf '%P %s %T@\n' 2>/dev/null | sort; }
 # The setup program ends with 2, says why, and touches nothing: refuses FOLDER REASON
 refuses() {
-    local before said code=0
-    before=$(content "$1")
+    local said code=0
+    touch "$temporary/before"
     said=$(run_setup "$1") || code=$?
-    ((code == 2)) && [[ $said == *"$2"* && $(content "$1") == "$before" ]]
+    ((code == 2)) && [[ $said == *"$2"* && -z $(find "$1" -newer "$temporary/before" 2>/dev/null) ]]
 }
-installed_launcher_is_of_the_package() {
-    diff -r -x 'LAUNCHER_TEMP_EXE_FOLDER*' "$unpacked/TessaloomLauncher/Game/TessaloomLauncher/Release" "$release" |
-        sed 's/^/         /'
-}
-is_uninstalled() { [[ ! -e $tree/unins000.exe && ! -e $tree/Game ]]; }
 # The file that the update laid beside "Game" is not the setup program's.
-others_are_untouched() { [[ $(ls -A "$tree") == readme.txt && -e $sample/beside.txt ]]; }
-game_has_ended() { ! pgrep -f '[\\/]Tessaloom.exe' >/dev/null; }
+only_foreign_files_are_left() { [[ $(ls -A "$tree") == readme.txt && -e $foreign/holiday.jpg ]]; }
 entries_are_gone() {
-    ! wine64 reg query "$entry" >/dev/null 2>&1 && [[ -z $(find "$WINEPREFIX/drive_c/users" -name 'Tessaloom*.lnk') ]]
+    ! wine64 reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Tessaloom' >/dev/null 2>&1 &&
+        [[ -z $(find "$WINEPREFIX/drive_c/users" -name 'Tessaloom*.lnk') ]]
 }
 
 # --- The launcher ---
 
-# By the shortcut's own target and folder, whatever the current folder is. Nothing of this system's Qt or compiler is in
-# reach: the relay and its copy find their libraries beside themselves.
-start_by_shortcut() { start_launcher env -C / wine64 start "$shortcut"; }
 # Lets Windows' TLS accept the server of the patch notes.
 trust_server() {
     local program=$temporary/trustcertificate
@@ -82,50 +71,46 @@ trust_server() {
 }
 
 play_road() {
-    local list foreign=$sample/foreign long
     say "Sample game"
     make_published_tree
     # The game needs libraries too.
-    cp -r "$published/Game/TessaloomLauncher/Release"/{*.dll,platforms} "$published/$game/"
+    cp -r "$published/$launcher"/{*.dll,platforms} "$published/$game/"
     # The list maker for Windows finds its libraries beside itself.
-    list=$(wine_path "$published/List.txt")
-    wine64 "$unpacked/TessaloomPublisher/make-list.exe" "$(wine_path "$published")" -o "$list" </dev/null \
-        >"$sample/make-list.log" 2>&1 || give_up "make-list failed." "Look into $sample/make-list.log."
+    wine64 "$unpacked/TessaloomPublisher/make-list.exe" "$(wine_path "$published")" -o "$(wine_path "$published/List.txt")" \
+        </dev/null >"$sample/make-list.log" 2>&1 || give_up "make-list failed." "Look into $sample/make-list.log."
     start_server 8m
     trust_server || give_up "The server's certificate is not trusted."
 
     say "Setup"
-    long=$sample/$(printf '%0140d' 0)
-    mkdir -p "$foreign"
-    touch "$foreign/holiday.jpg" "$sample/beside.txt"
-    setup_runs_on win7
+    blob 1 "$foreign/holiday.jpg"
+    wine64 winecfg -v win7 </dev/null 2>/dev/null
     verify "setup refuses Windows 7" refuses "$tree" "needs Windows 8"
-    setup_runs_on win10
+    wine64 winecfg -v win10 </dev/null 2>/dev/null
     verify "setup refuses a folder with a foreign file" refuses "$foreign" "holds holiday.jpg"
-    verify "and one whose path is too long" refuses "$long" "at most 140"
+    verify "and one whose path is too long" refuses "$sample/$(printf '%0140d' 0)" "at most 140"
     verify "setup installs silently" run_setup "$tree"
     # The published launcher is another one: it is not signed.
     expect_requests List.txt List.txt
 
     say "Road"
-    start_by_shortcut
+    # By the shortcut's own target and folder, whatever the current folder is. Nothing of this system's Qt or compiler is in
+    # reach: the relay and its copy find their libraries beside themselves.
+    start_launcher env -C / wine64 start "$shortcut"
     watch_update
     # Wine's ShellExecute waits until the new program is idle, and Windows' does not: so the new launcher meets the old
     # one and ends it, and its exit code says nothing here.
-    verify_within 180 "the launcher fetched another version of itself, and has ended" ended "$launcherPid"
-    wait_for_play || give_up "The new launcher did not start." "Look into $sample/launcher.log."
-    verify_first_tab page_is_visible
-    verify "the patch notes came over HTTPS" page_was_fetched
+    verify_within 180 "the launcher fetched another version of itself, and has ended" grep -q "^$launcherPid " "$report"
+    wait_for_window
+    verify_first_tab
     verify_update
     verify "the update spared the uninstaller, which is signed" is_signed "$tree/unins000.exe"
     verify "setup refuses while the launcher is open" refuses "$tree" "TessaloomLauncher.exe is running"
     press_play
     verify_play
-    wait_for 20 game_has_ended || true
+    # It refuses until the game has ended.
     verify_within 30 "setup once more brings its launcher back" run_setup "$tree"
-    verify "with all of its files" installed_launcher_is_of_the_package
+    verify "with all of its files" diff -r -x 'LAUNCHER_TEMP_EXE_FOLDER*' "$unpacked/TessaloomLauncher/$launcher" "$release"
     wine64 "$tree/unins000.exe" /S </dev/null >/dev/null 2>&1 || true
-    verify_within 60 "uninstalled, the game is gone" is_uninstalled
-    verify "and the entries and shortcuts with it" entries_are_gone
-    verify "and no file beside \"Game\" or beside the root" others_are_untouched
+    verify_within 60 "uninstalled, only files beside \"Game\" and beside the root are left" only_foreign_files_are_left
+    verify "and the entries and shortcuts are gone" entries_are_gone
 }
