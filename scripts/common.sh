@@ -96,10 +96,11 @@ build() {
 
 # run_tests PRESET FOLDER: runs ctest and counts its tests. What was skipped within one of them is named.
 run_tests() {
-    local code=0 report=$PWD/$2/tests.xml before=$failed
+    local code=0 report=$2/tests.xml before=$failed
     say "Tests in $2"
     rm -f "$report"
-    ctest --preset "$1" --output-junit "$report" || code=$?
+    # ctest takes the name as one in the folder of the build.
+    ctest --preset "$1" --output-junit tests.xml || code=$?
     sed -n 's/^SKIP *: /   skipped  /p' "$2/Testing/Temporary/LastTest.log"
     count() { grep -cE "<testcase .*status=\"($1)\"" "$report" || true; }
     passed=$((passed + $(count run))) failed=$((failed + $(count fail))) skipped=$((skipped + $(count 'notrun|disabled')))
