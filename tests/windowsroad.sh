@@ -1,7 +1,6 @@
 # shellcheck shell=bash
-# The road of ./run with the packages for Windows, under Wine: a player installs the game with the setup program, updates
-# it, plays, installs once more and uninstalls. Before that, the packages are made and signed. ./windows sources it after
-# road.sh.
+# The road of ./run with the packages for Windows, under Wine: they are made and signed, then a player installs the game with
+# the setup program, updates it, plays, installs once more and uninstalls. ./windows sources it after road.sh.
 
 keys=$temporary/keys
 unpacked=$temporary/unpacked
@@ -30,9 +29,8 @@ make_signed_packages() {
     verify "a wrong password ends dist with its reason and without a package" a_wrong_password_leaves_no_package
     dist right || give_up "The packages were not made." "$(tail "$keys/log")"
     setup=$(echo "$windows"/TessaloomSetup-*.exe)
-    mkdir "$unpacked"
+    unzip -q "$windows/*.zip" -d "$unpacked"
     local file
-    for file in "$windows"/*.zip; do cmake -E chdir "$unpacked" cmake -E tar xf "$file"; done
     for file in "$setup" "$unpacked"/{TessaloomPublisher,"TessaloomLauncher/$launcher"}/*.exe; do
         verify "$(basename "$file") is signed" is_signed "$file"
     done
@@ -60,15 +58,7 @@ entries_are_gone() {
         [[ -z $(find "$WINEPREFIX/drive_c/users" -name 'Tessaloom*.lnk') ]]
 }
 
-# --- The launcher ---
-
-# Lets Windows' TLS accept the server of the patch notes.
-trust_server() {
-    local program=$temporary/trustcertificate
-    x86_64-w64-mingw32-g++-posix -static -o "$program.exe" tests/support/windows/trustcertificate.cpp -lcrypt32 &&
-        openssl x509 -in "$server/certificate.pem" -outform DER -out "$program.der" &&
-        wine64 "$program.exe" "$(wine_path "$program.der")" </dev/null
-}
+# --- The road ---
 
 play_road() {
     say "Sample game"
@@ -79,7 +69,11 @@ play_road() {
     wine64 "$unpacked/TessaloomPublisher/make-list.exe" "$(wine_path "$published")" -o "$(wine_path "$published/List.txt")" \
         </dev/null >"$sample/make-list.log" 2>&1 || give_up "make-list failed." "Look into $sample/make-list.log."
     start_server 8m
-    trust_server || give_up "The server's certificate is not trusted."
+    # Windows' TLS has to accept the server of the patch notes.
+    x86_64-w64-mingw32-g++-posix -static -o "$temporary/trust.exe" tests/support/windows/trustcertificate.cpp -lcrypt32
+    openssl x509 -in "$server/certificate.pem" -outform DER -out "$temporary/trust.der"
+    wine64 "$temporary/trust.exe" "$(wine_path "$temporary/trust.der")" </dev/null ||
+        give_up "The server's certificate is not trusted."
 
     say "Setup"
     blob 1 "$foreign/holiday.jpg"
