@@ -35,12 +35,9 @@ function request()
     return targets[at]
 end
 
-function done(summary, latency)
-    local seconds, errors = summary.duration / 1e6, summary.errors
-    print(("rate %.1f"):format((summary.requests - errors.status) / seconds))
-    print(("megabytes %.1f"):format(summary.bytes / 1e6 / seconds))
-    print(("median %.3f"):format(latency:percentile(50) / 1e6))
-    print(("worst %.3f"):format(latency.max / 1e6))
+function done(summary)
+    local errors = summary.errors
+    print(("rate %.1f"):format((summary.requests - errors.status) * 1e6 / summary.duration))
     print("good " .. summary.requests - errors.status)
     for name, count in pairs(errors) do
         print("error_" .. name .. " " .. count)
