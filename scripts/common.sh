@@ -1,6 +1,7 @@
 # shellcheck shell=bash
 # What all scripts share: words, clean-up, packages, builds, counted results, the virtual display. Each script sources
-# it first, after `set -euo pipefail`, with its own path in `script`. It moves to the root of the checkout.
+# it first, after `set -euo pipefail`. It moves to the root of the checkout.
+script=$(readlink -f "$0")
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # Shows the comment at the top of the script and ends it.

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# What ./run and ./windows play: two versions of a sample game, a server that publishes the second one, and an installed
-# launcher that updates the first. Sourced after common.sh. The caller sets `build`, where the programs are, `sample`,
-# below which all of this stays, `httpPort` and `httpsPort`. ./bench uses the server.
+# What ./run and ./windows play: a sample game, a server that publishes it, and an installed launcher that updates to it.
+# Sourced after common.sh. The caller sets `build`, where the programs are, `sample`, below which all of this stays,
+# `httpPort` and `httpsPort`. ./bench uses the server.
 
 published=$sample/published
 # As players name their folders.
@@ -42,19 +42,6 @@ make_published_tree() {
     for number in {1..24}; do
         blob 64 "$published/Game/Tessaloom/Patterns/Set $((number % 4))/pattern $number.dat"
     done
-}
-
-# Version 1, as the player has it: files are missing, changed and left over, a folder is to be removed, and the game is
-# no program yet.
-make_installed_tree() {
-    cp -a "$published/." "$tree"
-    rm -r "$tree/Game/Tessaloom/Worlds/Hanging Gardens" "$tree/Game/Tessaloom/Patterns/Set 3"
-    blob 40960 "$tree/Game/Tessaloom/Textures/textures.pak"
-    blob 400 "$tree/Game/Tessaloom/Worlds/Höhenzug/Brücke über den Fluß.map"
-    echo "version = 1" >"$tree/$game/settings.ini"
-    echo "Tessaloom, version 1" | tee "$tree/readme.txt" >"$tree/$game/Tessaloom.exe"
-    blob 100 "$tree/Game/Tessaloom/Sounds of version 1/loom.ogg"
-    echo "left over" >"$tree/Game/Tessaloom/left over.txt"
 }
 
 # start_server RATE: starts nginx, with a certificate that is trusted in the folder `home`. It gives out so many bytes
@@ -155,12 +142,6 @@ verify_first_tab() {
     verify_within 30 "the patch notes are on the first tab" page_is_visible
     verify "the window has 733 by 451 pixels" [ "$(identify -format '%wx%h' "$picture")" = 733x451 ]
     cp "$picture" "$pictures/patch-notes.png"
-}
-verify_second_tab() {
-    press 130 24
-    verify_within 10 "the log is on the second tab" log_is_visible
-    cp "$picture" "$pictures/log.png"
-    echo "   Pictures in $pictures"
 }
 press_play() { press 686 425; }
 # The sample game writes the folder from which it was started.

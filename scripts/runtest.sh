@@ -4,8 +4,7 @@
 # libraries of a program for Windows are.
 set -euo pipefail
 folder=$PWD
-script=$(readlink -f "$0")
-. "$(dirname "$script")/common.sh"
+. "$(dirname "$(readlink -f "$0")")/common.sh"
 . scripts/wine.sh
 
 # refuse_unknown FILE: Qt passes after it has said that there is no such row. What it says of a function is easily
