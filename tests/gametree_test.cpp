@@ -2,30 +2,53 @@
 #include "gametree/filelist.h"
 #include "gametree/listedpath.h"
 #include "gametree/treeroot.h"
+#include "helpers/files.h"
 #include "support/temporarytree.h"
 #include "support/testmain.h"
 
 namespace {
 using namespace std::string_literals;
 
-// What the reader makes of a list's text: a line for each record, or none at all if it refuses the list.
+// What the reader makes of a list's text: a line for each record, or why it refuses the list.
 QStringList Records(const std::string& file)
 {
     ContentList content;
-    if (!ParseFileList(SplitLines(file), content))
-        return {};
+    std::string fault;
+    if (!ParseFileList(SplitLines(file), content, &fault))
+        return {fault.c_str()};
     QStringList records;
     for (const std::string& directory : content.directories)
         records += QString("D ") + directory.c_str();
     for (std::size_t i = 0; i < content.fileNames.size(); ++i) {
-        const FileEntry file = content.File(i);
-        records += QString("F %1 %2 %3").arg(file.path.c_str()).arg(file.size).arg(file.digest.c_str());
+        const FileEntry entry = content.File(i);
+        records += QString("F %1 %2 %3").arg(entry.path.c_str()).arg(entry.size).arg(entry.digest.c_str());
     }
     return records;
 }
-} // namespace
 
-Q_DECLARE_METATYPE(std::string)
+const QString otherCount = "it has 1 records, and its line \"#records#\" gives another number";
+const QString leadsOut = " names a path that could lead out of the tree";
+const struct
+{
+    const char* name;
+    std::string list;
+    QStringList records;
+} lists[] = {
+    {"line ends", "D#a\r\n\nD#b\rb\r\r\nF#c\032#1#h\r", {"D a", "D b\rb\r", "F c\032 1 h\r"}},
+    {"byte-order mark", "\357\273\277D#x\nF#a#1#h", {"F a 1 h"}},
+    {"further fields", "D#a#b\nF#c#1#h#i#j\n", {"D a", "F c 1 h"}},
+    {"sizes", "F#a#12abc#h\nF#b# \t-5#h\nF#c#4294967297#h", {"F a 12 h", "F b -5 h", "F c 1 h"}},
+    {"its number of records", "#records#2\n#note#3\nD#a\nF#b#1#h\n", {"D a", "F b 1 h"}},
+    {"another number of records", "#records#2\nF#a#1#h\n", {otherCount}},
+    {"two numbers of records", "#records#1\nF#a#1#h\n#records#2\n", {otherCount}},
+    {"no number of records", "#records\nF#a#1#h\n", {otherCount}},
+    {"no file", "D#d\nf#a#12#h\n", {"it names no file"}},
+    {"file without a digest", "F#a#1#h\nF#b#1", {"line 2 has too few fields"}},
+    {"folder without a name", "F#a#1#h\n\nD\n", {"line 3 has too few fields"}},
+    {"folder outside the tree", "F#a#1#h\nD#x\\..\\..\\y", {"line 2" + leadsOut}},
+    {"file outside the tree", "F#../y#1#h\nF#a#1#h", {"line 1" + leadsOut}},
+};
+} // namespace
 
 class GameTreeTest : public QObject
 {
@@ -34,54 +57,53 @@ class GameTreeTest : public QObject
 private slots:
     void aListIsReadRecordByRecordOrRefused_data()
     {
-        QTest::addColumn<std::string>("file");
-        QTest::addColumn<QStringList>("records");
-        const auto row = [](const char* name, const std::string& file, const QStringList& records) {
-            QTest::newRow(name) << file << records;
-        };
-        row("line ends", "D#a\r\n\nD#b\rb\r\r\nF#c\032#1#h\r", {"D a", "D b\rb\r", "F c\032 1 h\r"});
-        row("byte-order mark", "\357\273\277D#x\nF#a#1#h", {"F a 1 h"});
-        row("sizes", "F#a#12abc#h\nF#b# \t-5#h\nF#c#4294967297#h", {"F a 12 h", "F b -5 h", "F c 1 h"});
-        row("wrong number of records", "#records#2\nF#a#1#h\n", {});
-        row("no file", "D#d\nf#a#12#h\n", {});
-        row("file without a digest", "F#a#1#h\nF#b#1", {});
-        row("folder outside the tree", "F#a#1#h\nD#x\\..\\..\\y", {});
-        row("file outside the tree", "F#a#1#h\nF#../y#1#h", {});
+        AddRows(lists);
     }
     void aListIsReadRecordByRecordOrRefused()
     {
-        QFETCH(const std::string, file);
-        QTEST(Records(file), "records");
+        const auto& row = CurrentRow(lists);
+        COMPARE_ALL(Records(row.list), row.records);
     }
 
+    void ofAListThatCanNotBeReadToItsEndNothingIsTaken()
+    {
+        if (IsWindows)
+            QSKIP("A folder can't be opened as a file there.");
+        const FileHandle folder(std::fopen("/", "rb"));
+        QCOMPARE(std::ungetc('F', folder.get()), int('F')); // is read first, and then the reading fails
+        std::vector<std::string> lines = {"before"};
+        ReadListLines(lines, *folder);
+        QCOMPARE(lines.size(), std::size_t(1));
+    }
+
+    // A row has the name of its path.
     void listedPathsStayInTheTree_data()
     {
-        QTest::addColumn<std::string>("path");
         QTest::addColumn<bool>("stays");
-        const auto row = [](const std::string& path, bool stays) {
-            QTest::newRow(path.c_str()) << path << stays;
-        };
-        for (const char* path : {"", "Game\\a + b (100%).map", "日本\\🧶.pak", "\xC9t\xE9/\xD6l.txt", "~",
+        for (const char* path : {"Game\\a + b (100%).map", "日本\\🧶.pak", "\xC9t\xE9/\xD6l.txt", "~",
                                  "%TEMP%\\x", "*?<>\"", " \\ a", "a .", ".hidden\\..x", "...a", "con-x",
                                  "xcon.txt", "nul0", "com", "com10", "com\xB9", "$con"})
-            row(path, true);
+            QTest::newRow(path) << true;
         // Below a folder, a leading separator would be a doubled one.
         for (const char* path : {"/", "\\x", "\\\\server\\share\\x", "//?/C:\\x"})
-            row(path, false);
-        for (const std::string& path :
-             {"C:"s,     "z:/x"s,        "a\\C:\\x"s, "a.txt:hidden"s, "a\0b"s,       ".."s,
-              "../x"s,   "a\\../..\\b"s, "."s,        "a\\."s,         "..."s,        "a/..../b"s,
-              ".. "s,    "a\\ .\\b"s,    "con"s,      "PRN"s,          "Aux.txt"s,    "NUL.tar.gz"s,
-              "nul .x"s, "conin$"s,      "CONOUT$"s,  "com1"s,         "a/lpt0.log"s, "a\\lpt\xC2\xB3"s}) {
-            row(path, false);
-            row("Game/" + path, false);
-            row(path + "\\below", false);
-        }
+            QTest::newRow(path) << false;
+        for (const QByteArray path : {"C:",         "z:/x",       "a\\C:\\x",      "a.txt:hidden",
+                                      "..",         "../x",       "a\\../..\\b",   ".",
+                                      "a\\.",       "...",        "a/..../b",      ".. ",
+                                      "a\\ .\\b",   "con",        "PRN",           "Aux.txt",
+                                      "NUL.tar.gz", "nul .x",     "conin$",        "CONOUT$",
+                                      "com1",       "a/lpt0.log", "a\\lpt\xC2\xB3"})
+            for (const QByteArray& place : {path, "Game/" + path, path + "\\below"})
+                QTest::newRow(place) << false;
     }
     void listedPathsStayInTheTree()
     {
-        QFETCH(const std::string, path);
-        QTEST(StaysInTree(path), "stays");
+        QTEST(StaysInTree(QTest::currentDataTag()), "stays");
+    }
+
+    void aZeroByteIsInNoListedPath()
+    {
+        QVERIFY(StaysInTree("") && !StaysInTree("a\0b"s));
     }
 
     void onlyUtf8IsReadAlikeByTheSystemAndByQt()
@@ -93,15 +115,9 @@ private slots:
     {
         // Wine's own folder of documents is a link to the home folder of the system around it.
         const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-        QStringList roots = {"",
-                             "C:",
-                             "\\\\server",
-                             "\\\\server\\share",
-                             QDir::homePath() + "/absent",
-                             QDir::homePath(),
-                             QFileInfo(QDir::homePath()).path(),
-                             QDir::tempPath(),
-                             FinalPath(QDir::toNativeSeparators(documents).toStdString()).c_str()};
+        QStringList roots = {"", "C:", "\\\\server", "\\\\server\\share", QDir::homePath() + "/absent"};
+        roots += {QDir::homePath(), QFileInfo(QDir::homePath()).path(), QDir::tempPath()};
+        roots += FinalPath(QDir::toNativeSeparators(documents).toStdString()).c_str();
         for (const std::string& folder : SystemFolders())
             roots += (folder + "\\.").c_str();
         for (const QString& root : roots)
@@ -121,13 +137,18 @@ private slots:
         const QByteArray home = qgetenv("HOME");
         qputenv("HOME", tree.Path("link to homes/ada").c_str());
         QStringList safe;
-        for (const char* folder : {"", "/hömes", "/hömes/ada", "/hömes/ada/Documents", "/link to homes",
-                                   "/hömes/ad", "/hömes/ada/Documents/Games", "/link to games"})
-            safe += IsSafeTreeRoot(tree.WindowsRoot() + folder) ? QStringList(folder) : QStringList();
+        for (const std::string folder :
+             {"", "hömes", "hömes/ada", "hömes/ada/Desktop", "hömes/ada/Documents", "hömes/ada/Downloads",
+              "hömes/ada/Music", "hömes/ada/Pictures", "hömes/ada/Videos", "link to homes", "hömes/ad",
+              "hömes/ada/Documents/Games", "link to games"}) {
+            QVERIFY(QDir().mkpath(tree.Path(folder).c_str()));
+            if (IsSafeTreeRoot(tree.WindowsRoot() + "\\" + folder))
+                safe += folder.c_str();
+        }
         qputenv("HOME", home);
-        COMPARE_ALL(safe, QStringList({"/hömes/ad", "/hömes/ada/Documents/Games", "/link to games"}));
+        COMPARE_ALL(safe, QStringList({"hömes/ad", "hömes/ada/Documents/Games", "link to games"}));
     }
 };
 
-QTEST_MAIN(GameTreeTest)
+QTEST_GUILESS_MAIN(GameTreeTest)
 #include "gametree_test.moc"

@@ -5,37 +5,24 @@
 #include "support/temporarytree.h"
 #include "support/testmain.h"
 
-namespace {
-const std::string Number = std::to_string(GetCurrentProcessId());
-const std::string Game = "Boardgame" + Number;
-
-struct ProgramRow
-{
-    const char* name;
-    std::string file;
-    bool isGame;
-};
-const ProgramRow programRows[] = {
-    {"the game", Game + ".exe", true},
-    {"a tool in another case", "xBOARDGAME" + Number + ".exe", true},
-    {"the lobby server", Game + "LobbyServer.exe", false},
-    {"the login server", "LOGINserver" + Game + ".exe", false},
-};
-} // namespace
-
 class ProcessesTest : public QObject
 {
     Q_OBJECT
 
-    const TemporaryTree tree;
-
 private slots:
     void aGameIsKnownByItsFileName()
     {
-        for (const ProgramRow& row : programRows) {
-            const ChildProcess child(tree.Path(row.file));
-            QCOMPARE(ProcessName(static_cast<DWORD>(child.processId())), row.file);
-            QVERIFY2(IsGameProcessRunning(Game) == row.isGame, row.name);
+        const TemporaryTree tree;
+        const std::string number = std::to_string(GetCurrentProcessId()), game = "Boardgame" + number;
+        for (const auto& [file, isGame] :
+             std::map<std::string, bool>{{game + ".exe", true},
+                                         {"a tool, xBOARDGAME" + number + ".exe", true},
+                                         {game + "LobbyServer.exe", false},
+                                         {"LOGINserver" + game + ".exe", false}}) {
+            const ChildProcess child(tree.Path(file));
+            QFile::remove(tree.Path(file).c_str()); // as an update may; Windows refuses it
+            QCOMPARE(ProcessName(static_cast<DWORD>(child.processId())), file);
+            QVERIFY2(IsGameProcessRunning(game) == isGame, file.c_str());
         }
     }
 

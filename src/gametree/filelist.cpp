@@ -1,7 +1,6 @@
 #include "gametree/filelist.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 
@@ -40,18 +39,22 @@ void ReadListLines(std::vector<std::string>& lines, const std::string& path)
     // end at a Ctrl-Z in the middle of the list. Not as a stream: some libraries' streams take a failed read
     // for the end of the file.
     const FileHandle file(_fsopen(path.c_str(), "rb", _SH_DENYNO));
-    if (!file)
-        return;
+    if (file)
+        ReadListLines(lines, *file);
+}
+
+void ReadListLines(std::vector<std::string>& lines, std::FILE& file)
+{
     std::string text;
     std::vector<char> block(ReadBlock);
     std::size_t got = 0;
     do {
-        got = std::fread(block.data(), 1, block.size(), file.get());
+        got = std::fread(block.data(), 1, block.size(), &file);
         text.append(block.data(), got);
     } while (got > 0);
     // If the disk fails in the middle, what was read is a part of the list. It would delete every file that
     // the rest names.
-    if (std::ferror(file.get()) != 0)
+    if (std::ferror(&file) != 0)
         return;
     std::vector<std::string> read = SplitLines(text);
     std::move(read.begin(), read.end(), std::back_inserter(lines));

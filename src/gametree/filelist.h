@@ -19,6 +19,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -57,6 +58,9 @@ struct ContentList
 // Appends each line of the file, without its line end, to `lines`, which stays as it was if the file can't be
 // read to its end.
 void ReadListLines(std::vector<std::string>& lines, const std::string& path);
+// The same from a file that is open in binary mode, from its present place on. A test gives it one that
+// fails.
+void ReadListLines(std::vector<std::string>& lines, std::FILE& file);
 
 // The lines of a list that has come as text, taken in the same way.
 std::vector<std::string> SplitLines(const std::string& text);

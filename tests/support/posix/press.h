@@ -2,10 +2,12 @@
 #pragma once
 
 #include <QProcess>
+#include <QRegularExpression>
 
 // Lets xdotool do this to the visible window whose title begins so. False if there is none yet.
-inline bool PressWindow(const QString& title, const QStringList& what)
+inline bool PressWindow(QString title, const QStringList& what)
 {
+    title.replace(QRegularExpression("[^ 0-9A-Za-z]"), ".+"); // which is a regular expression
     const QStringList search = {"search", "--onlyvisible", "--name", "^" + title};
     return QProcess::execute("xdotool", search + what) == 0;
 }

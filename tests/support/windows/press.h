@@ -9,7 +9,7 @@
 inline HWND FindTitled(const QString& title)
 {
     for (HWND window = nullptr; (window = FindWindowExA(nullptr, window, nullptr, nullptr));) {
-        char text[100] = "";
+        char text[1000] = "";
         GetWindowTextA(window, text, sizeof(text));
         if (IsWindowVisible(window) && QString(text).startsWith(title))
             return window;
