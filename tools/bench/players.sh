@@ -78,11 +78,11 @@ limit_row "768 connections a process, 1 MiB" large worker_connections 768
 
 # --- Real launchers ---
 
-# Notes when each file came to a player. True when all are there, or when nothing has come for longer than a
-# connection that was put off waits before it knocks for the sixth time.
+# Notes when each file came to a player. True when all are there, or when nothing has come for two minutes: Linux sends
+# again within that time what a server with a full backlog has dropped.
 all_came_or_no_more_come() {
     find "$crowd"/player* -path '*/Game/data/*' -size 64k -printf '%T@\n' | sort -g >"$crowd/arrivals"
-    (($(wc -l <"$crowd/arrivals") == 8000)) || [[ -z $(find "$crowd"/player* -newermt "40 seconds ago" -print -quit) ]]
+    (($(wc -l <"$crowd/arrivals") == 8000)) || [[ -z $(find "$crowd"/player* -newermt "2 minutes ago" -print -quit) ]]
 }
 # launchers_row NAME [SETTING VALUE]: eight launchers with nothing but themselves fetch 1,000 files of 64 KiB each while
 # 1,500 players do. Each has a process table of its own, since launchers end each other.
