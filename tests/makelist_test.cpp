@@ -13,51 +13,22 @@ class MakeListTest : public QObject
     Q_OBJECT
 
 private slots:
-    void namesThatAListOrAnAddressOrWindowsCantCarry()
-    {
-        Remarks remarks;
-        for (const char* path : {"Game\\a b+c (1).map", "50%25.txt", "a#b.x", "bytes\xE4.x", "COM1.x"}) {
-            CheckName(path, remarks);
-            CheckFile(path, INT32_MAX, remarks);
-        }
-        CheckList({}, {"maps\\Ä.map", "maps\\ä.map"}, INT32_MAX, remarks);
-        QVERIFY(remarks.errors.size() == 3 && remarks.warnings.size() == 4);
-        QCOMPARE(remarks.errors[0].c_str(), "a#b.x: a name with \"#\", which separates the fields of a list");
-        QCOMPARE(remarks.errors[1].c_str(),
-                 "bytes\xE4.x: a name that is not UTF-8, which the launcher can't ask for");
-        QCOMPARE(
-            remarks.errors[2].c_str(),
-            "COM1.x: a name that leads elsewhere on Windows: every launcher would refuse the whole list");
-        QCOMPARE(remarks.warnings[0].c_str(),
-                 "50%25.txt: \"?\" or \"%\" means something else in an address: the launcher asks for "
-                 "another file");
-        QCOMPARE(remarks.warnings[1].c_str(),
-                 "maps\\ä.map: differs only in case from maps\\Ä.map: Windows holds one of them");
-        QCOMPARE(remarks.warnings[2].c_str(),
-                 "Game\\TessaloomLauncher\\Release\\TessaloomLauncher.exe: not in the tree: players who have "
-                 "it lose it");
-    }
-
     // The publisher writes the list into the tree. It names neither itself nor what a launcher spares.
     void aListNamesWhatPlayersShallHaveForAnyNumberOfThreads()
     {
         const TemporaryTree tree;
         const std::string large(300000, 'x');
-        QVERIFY(WriteTree(tree.Root(), Files({"b.txt", "new.lst", "new.lst.aB3xYz", "Game/List.txt",
-                                              "Game/a+b/new.lst", "Game/empty/", "Game/unins000.dat.old",
-                                              "Game/TessaloomLauncher/List.txt", "given up/"})));
-        QVERIFY(WriteFile(tree.Path("large"), large));
-        const std::string output = tree.Path("new.lst");
-        Remarks remarks;
+        QVERIFY(WriteTree(tree.Root(), Files({"b.txt", "new.lst", "new.lst.gz", "new.lst.aB3xYz",
+                                              "Game/a+b/new.lst", "Game/empty/", "Game/kept/unins000.dat",
+                                              "given up/", "List.txt", "Game/TessaloomLauncher/List.txt"})));
+        QVERIFY(WriteFile(tree.Path("large.x"), large));
         const std::string record = "#1#" + Sha256Of("x") + "\n";
-        const std::string list = "#records#7\nD#Game\nD#Game\\a+b\nD#given up\nF#Game\\List.txt" + record +
-                                 "F#Game\\a+b\\new.lst" + record + "F#b.txt" + record + "F#large#300000#" +
-                                 Sha256Of(large) + "\n";
-        for (const unsigned threads : {1u, 3u})
-            QCOMPARE(MakeList(tree.Root() + "/", remarks, NoProgress, output, threads), list);
-
-        QVERIFY(WriteFile(tree.Path("folder#/file"), "")); // which a list can't name
-        QCOMPARE(MakeList(tree.Root(), remarks, NoProgress, output, 1), "");
+        const std::string list = "#records#6\nD#Game\nD#Game\\a+b\nD#given up\nF#Game\\a+b\\new.lst" +
+                                 record + "F#b.txt" + record + "F#large.x#300000#" + Sha256Of(large) + "\n";
+        for (const unsigned threads : {1u, 3u}) {
+            Remarks remarks;
+            QCOMPARE(MakeList(tree.Root() + "/", remarks, NoProgress, tree.Path("new.lst"), threads), list);
+        }
     }
 
     // Its list would name content that no file has.
@@ -69,11 +40,12 @@ private slots:
         TreeFile found{"file"};
         TakeState(opened.get(), found);
         const std::vector<FileDigest> digests = TakeDigests(
-            tree.WindowsRoot(), {found, {"file", 4, found.changed}, {"file", 5, found.changed - 1000}}, 2,
-            NoProgress);
+            tree.WindowsRoot(),
+            {found, {"file", 4, found.changed}, {"file", 5, found.changed - 1000}, {"gone"}}, 2, NoProgress);
         QCOMPARE(digests[0].digest.c_str(), Sha256Of("12345").c_str());
         for (const unsigned changed : {1u, 2u})
             QCOMPARE(digests[changed].error.c_str(), "changed while the list was made");
+        QCOMPARE(digests[3].error.c_str(), "can't be opened (No such file or directory)");
     }
 };
 
