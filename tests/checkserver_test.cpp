@@ -1,20 +1,18 @@
 // The check of a server: what it says of the answers that servers and caches give on a bad day.
 #include "checkserver/servercheck.h"
 #include "support/scriptedserver.h"
+#include "support/temporarytree.h"
 #include "support/testmain.h"
 
 namespace {
 const std::string Content = "content";
-const std::string Digest = "ed7002b439e9ac845f22357d822bac1444730fbdb6016d3ec9432297b9ec9f73";
-const std::string Record = "#7#" + Digest + "\n";
 
-std::string ListOf(const std::string& names)
+std::string Record(const std::string& name, const std::string& content = Content)
 {
-    std::string list = "#records#" + std::to_string(names.size()) + "\n";
-    for (const char name : names)
-        list += std::string("F#") + name + Record;
-    return list;
+    return "F#" + name + "#" + std::to_string(content.size()) + "#" + Sha256Of(content) + "\n";
 }
+
+Progress shown; // by the last check, as its last
 
 // All that is said, and the summary.
 QString Check(const ScriptedServer& server, CheckOptions options = {})
@@ -23,12 +21,12 @@ QString Check(const ScriptedServer& server, CheckOptions options = {})
     options.base = options.base.empty() ? server.BaseUrl() : options.base;
     options.patience = std::chrono::seconds(2);
     const auto say = [&](const std::string& line) { said += QString::fromStdString(line) + "\n"; };
-    const CheckResult result = CheckServer(options, say, [](const Progress&) {});
+    const CheckResult result = CheckServer(options, say, [](const Progress& now) { shown = now; });
     said += QString::fromStdString(SummaryText(options, result));
-    return said.remove(QString::fromStdString("check-server: " + server.BaseUrl() + ": "));
+    return said.remove(QString::fromStdString("check-server: " + options.base + ": "));
 }
 
-// A server of three files, one of whose answers is another one.
+// A server of the files a, b and large, one of whose answers is another one.
 struct AnswerRow
 {
     const char* name;
@@ -37,26 +35,42 @@ struct AnswerRow
     std::string said; // before the summary
     std::string summary = "3 files checked, 1 finding";
 };
-// Without Qt's own length.
-const std::string Packed = qCompress(QByteArray::fromStdString(ListOf("abc"))).mid(4).toStdString();
-const std::string Fine = "3 files checked, all as the list says";
+const std::string Large(300000, 'x');
+const std::string Three = "#records#3\n" + Record("a") + Record("b") + Record("large", Large);
+const std::string Odd = "#records#3\n" + Record("My List.txt") + Record("50%25") + Record("x?y");
+const std::string NoList = "no file checked, since there is no list to go by";
+const std::string Lost = ": the launcher can't tell a broken transfer from a complete one\n";
+const std::string Page =
+    "): the launcher does not follow it, and writes the page that comes instead into the file\n";
+const std::string Chunks = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n7\r\ncontent\r\n";
 const AnswerRow answerRows[] = {
-    {"missing", "b", {404}, "b: missing (404 Scripted)\n"},
-    {"a redirect", "b", Script(301, "", "Location: /c\r\n"),
-     "b: redirected (301 Scripted, to /c): the launcher does not follow it, and writes the page that comes "
-     "instead into the file\n"},
+    {"missing", "b", Script(404, "", "Cache-Control: max-age=60\r\n"), "b: missing (404 Scripted)\n"},
+    {"refused", "b", {400}, "b: refused (400 Scripted)\n"},
+    {"a redirect", "b", Script(301, "", "Location: /c\r\n"), "b: redirected (301 Scripted, to /c" + Page},
+    {"no web server", "b", {0, "SSH-2.0\r\n"}, "b: no answer: Connection closed\n"},
     {"other content", "b", {200, "CONTENT"}, "b: other content: its digest is not that of the list\n"},
+    {"another size", "b", {200, "contents"}, "b: other size: 8 bytes instead of 7\n"},
     {"a file cut short", "b", Script(200, Content, "", 3), "b: cut short: 3 of 7 bytes came\n"},
-    {"a packed list", "List.txt", Script(200, Packed, "Content-Encoding: deflate\r\n"), "", Fine},
-    {"more files than at once", "List.txt", Script(200, ListOf("abcdefghijklmnopqrst")), "",
-     "20 files checked, all as the list says"},
-    {"kept by caches", "List.txt", Script(200, ListOf("abc"), "Cache-Control: max-age=3600\r\nAge: 600\r\n"),
-     "List.txt: may stay in caches for 50 minutes (max-age=3600): so long, players may not see the next "
-     "version\n",
-     Fine},
-    {"a bad line", "List.txt", Script(200, ListOf("ab") + "F#c\n"),
-     "List.txt: an invalid list (line 4 has too few fields): every launcher refuses it\n",
-     "no file checked, since there is no list to go by"},
+    {"chunks broken off", "b", {0, Chunks}, "b: broken off after 7 bytes: Connection closed\n"},
+    {"chunks", "b", {0, Chunks + "0\r\n\r\n"}, "b: sent in chunks, without its length" + Lost},
+    {"no length", "b", {0, "HTTP/1.1 200 OK\r\n\r\ncontent"}, "b: sent without its length" + Lost},
+    {"a packed file", "b", Script(200, Content, "Content-Encoding: br\r\n"),
+     "b: packed as br, so its length is lost" + Lost},
+    {"a packed list", "List.txt", Script(200, Three, "Content-Encoding: br\r\n"), "",
+     "3 files checked, all as the list says"},
+    {"an uncounted list", "List.txt", Script(200, Three.substr(11)),
+     "List.txt: without its number of records: the launcher can't tell a part of it from the complete "
+     "list\n"},
+    {"no list", "List.txt", {404}, "List.txt: missing (404 Scripted)\n", NoList},
+    {"a page for a list", "List.txt", Script(200, "<p>\n", "Content-Type: text/html\r\n"),
+     "List.txt: no list but something else (text/html): every launcher refuses it\n", NoList},
+    {"a bad line", "List.txt", Script(200, Record("a") + "F#b\n"),
+     "List.txt: an invalid list (line 2 has too few fields): every launcher refuses it\n", NoList},
+    {"names that mean something else", "List.txt", Script(200, Odd),
+     "My List.txt: never fetched, since its path holds \"List.txt\"\n"
+     "50%25: the launcher asks for \"/LatestVersion/50%\" instead\n"
+     "x?y: the launcher asks for \"/LatestVersion/x\" instead\n",
+     "3 files checked, 3 findings"},
 };
 } // namespace
 
@@ -65,50 +79,83 @@ class CheckServerTest : public QObject
     Q_OBJECT
 
 private slots:
-    void aBadAnswerIsNamed()
+    void eachAnswerIsToldAsAPlayerMeetsIt_data()
     {
-        for (const AnswerRow& row : answerRows) {
-            ScriptedServer server;
-            server.fallback = {200, Content};
-            server.scripts["List.txt"] = {200, ListOf("abc")};
-            server.scripts[row.path] = row.answer;
-            const QString said = Check(server);
-            QVERIFY2(said == QString::fromStdString(row.said + row.summary),
-                     qPrintable(row.name + (": " + said)));
+        AddRows(answerRows);
+    }
+    void eachAnswerIsToldAsAPlayerMeetsIt()
+    {
+        const AnswerRow& row = CurrentRow(answerRows);
+        ScriptedServer server;
+        server.fallback = {200, Content};
+        server.scripts = {{"List.txt", {200, Three}}, {"large", {200, Large}}};
+        server.scripts[row.path] = row.answer;
+        QCOMPARE(Check(server), QString::fromStdString(row.said + row.summary));
+    }
+
+    void theTimeThatCachesMayKeepAListIsTold()
+    {
+        const std::string date = "Date: Fri, 31 Dec 1999 23:59:30 GMT\r\n";
+        const std::map<std::string, const char*> times = {
+            {"Cache-Control: max-age=9, max-age=6\r\nAge: 8", "1 second (max-age=9)"},
+            {"Cache-Control: max-age=9, s-maxage = \"9000\"", "3 hours (s-maxage=9000)"},
+            {date + "Age: 2\r\nExpires: Sat, 01 Jan 2000 00:01:29 GMT", "117 seconds (Expires)"},
+            {date + "Last-Modified: Fri, 31 Dec 1999 23:49:30 GMT",
+             "1 minute (no max-age and no Expires, so caches take a tenth of the time since the last "
+             "change)"},
+            {"Expires: 0\r\nLast-Modified: Fri, 31 Dec 1999 00:00:00 GMT", ""},
+            {"Cache-Control: max-age=9, No-Store", ""}};
+        ScriptedServer server;
+        server.fallback = {200, Content};
+        for (const auto& [head, time] : times) {
+            server.scripts["List.txt"] = Script(200, Record("a") + "#records#1\n", head + "\r\n");
+            const QString kept =
+                "List.txt: may stay in caches for %1: so long, players may not see the next version\n";
+            QCOMPARE(Check(server), (*time ? kept.arg(time) : "") + "1 file checked, all as the list says");
         }
     }
 
-    void fifteenAreAskedForAtOnce()
+    // Who is slow is not silent.
+    void fifteenAreAskedForAtOnceAndWaitedForUntilTheServerIsSilent()
     {
         ScriptedServer server;
         server.fallback = {0};
         server.fallback.stalls = true;
-        server.scripts["List.txt"] = {200, ListOf("abcdefghijklmnopqrst")};
         server.scripts["a"] = server.scripts["b"] = {200, Content};
+        server.scripts["List.txt"].body = "#records#20\n";
+        for (const char name : std::string("abcdefghijklmnopqrst"))
+            server.scripts["List.txt"].body += Record({name});
+        server.scripts["List.txt"].delay = server.scripts["a"].delay = 1200;
         QString said;
         for (const char name : std::string("cdefghijklmnopq"))
             said += QString(name) + ": no answer for 2 seconds\n";
         said += "ended, since the server sent nothing for 2 seconds: 2 of 20 files checked, 15 findings";
         QCOMPARE(Check(server), said);
+        QCOMPARE(ProgressText(shown, 3600).c_str(), "2 / 20 files   10%   0.0 MB/s   9 h 0 min left");
     }
 
     void anOlderVersionInACacheIsFound()
     {
         ScriptedServer server;
         server.fallback = {200, Content};
-        server.scripts["List.txt"] = {200, ListOf("ab")};
+        server.scripts["List.txt"] = {200, "#records#2\n" + Record("a") + Record("b")};
+        server.scripts["a"] = {200, "old"};
+        server.scripts["a"].delay = 300; // what is said keeps the list's order
         PublishedList published;
         std::string fault;
-        QVERIFY(ParsePublishedList({"F#a#7#" + Digest, "F#b#8#new"}, published, fault));
-        CheckOptions options;
-        options.published = &published;
-        options.publishedName = "new.txt";
-        options.base = "http://updates.example.com:81/LatestVersion/";
-        options.from = "127.0.0.1:" + std::to_string(server.serverPort());
-        const QString said = Check(server, options);
-        QVERIFY2(said.contains("another list than new.txt, of 2 files: an older version"), qPrintable(said));
-        QVERIFY2(said.contains("b: other size: 7 bytes instead of 8\n"), qPrintable(said));
-        QVERIFY2(said.endsWith("2 files checked, 2 findings"), qPrintable(said));
+        QVERIFY(ParsePublishedList(SplitLines(Record("a", "") + Record("b", "")), published, fault));
+        const std::string cache = "127.0.0.1:" + std::to_string(server.serverPort());
+        const std::string base = "http://updates.example.com:81/LatestVersion/";
+        const QString said = Check(server, {base, false, {}, &published, "new.txt", cache});
+        const char expected[] =
+            "from CACHE: List.txt: the server gives out another list than new.txt, of 2 files: an older "
+            "version, or "
+            "a cache before it\n"
+            "from CACHE: a: other size: 3 bytes instead of 0\nfrom CACHE: b: other size: 7 bytes instead of "
+            "0\n"
+            "check-server: http://updates.example.com:81/LatestVersion/ from CACHE: 2 files checked, 3 "
+            "findings";
+        QCOMPARE(said, QString(expected).replace("CACHE", cache.c_str()));
         QVERIFY(server.heads.last().contains("\r\nHost: updates.example.com:81\r\n"));
     }
 };
