@@ -41,7 +41,6 @@ const struct
     {"its number of records", "#records#2\n#note#3\nD#a\nF#b#1#h\n", {"D a", "F b 1 h"}},
     {"another number of records", "#records#2\nF#a#1#h\n", {otherCount}},
     {"two numbers of records", "#records#1\nF#a#1#h\n#records#2\n", {otherCount}},
-    {"no number of records", "#records\nF#a#1#h\n", {otherCount}},
     {"no file", "D#d\nf#a#12#h\n", {"it names no file"}},
     {"file without a digest", "F#a#1#h\nF#b#1", {"line 2 has too few fields"}},
     {"folder without a name", "F#a#1#h\n\nD\n", {"line 3 has too few fields"}},
@@ -65,15 +64,15 @@ private slots:
         COMPARE_ALL(Records(row.list), row.records);
     }
 
-    void ofAListThatCanNotBeReadToItsEndNothingIsTaken()
+    void ofAListThatCantBeReadToItsEndNothingIsTaken()
     {
         if (IsWindows)
             QSKIP("A folder can't be opened as a file there.");
         const FileHandle folder(std::fopen("/", "rb"));
-        QCOMPARE(std::ungetc('F', folder.get()), int('F')); // is read first, and then the reading fails
-        std::vector<std::string> lines = {"before"};
+        std::ungetc('F', folder.get()); // is read first, and then the reading fails
+        std::vector<std::string> lines;
         ReadListLines(lines, *folder);
-        QCOMPARE(lines.size(), std::size_t(1));
+        QVERIFY(std::ferror(folder.get()) && lines.empty());
     }
 
     // A row has the name of its path.
@@ -99,11 +98,7 @@ private slots:
     void listedPathsStayInTheTree()
     {
         QTEST(StaysInTree(QTest::currentDataTag()), "stays");
-    }
-
-    void aZeroByteIsInNoListedPath()
-    {
-        QVERIFY(StaysInTree("") && !StaysInTree("a\0b"s));
+        QVERIFY(!StaysInTree(QTest::currentDataTag() + "\0"s)); // where the system takes the path to end
     }
 
     void onlyUtf8IsReadAlikeByTheSystemAndByQt()

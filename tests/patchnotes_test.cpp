@@ -17,7 +17,6 @@ const struct
     Script page;
     QString says; // in one of its lines
     bool comes = false;
-    const char* otherAddress = nullptr;
 } pages[] = {
     {"charset in the header", {200, "<p>M\xF6hre", isLatin}, "Möhre", true},
     {"charset in the page", {200, "<meta charset=ISO-8859-1><p>M\xF6hre", isHtml}, "Möhre", true},
@@ -28,8 +27,7 @@ const struct
     {"broken off", {200, "<p>half", isHtml, 3}, "The connection to their server broke off."},
     {"not HTML", {200, "PK", "Content-Type: text/x\r\n"}, "What their server sent is no web page."},
     {"moved", {302, "", "Location: http://[::1]/\r\n"}, "They have moved to an address without HTTPS."},
-    {"HTTP", {}, "Their address does not begin with https.", false, "http://127.0.0.1:1/"},
-    {"no server", {}, "Their server does not answer.", false, "https://127.0.0.1:1/"},
+    {"no server", {0}, "Their server does not answer."},
 };
 QSslConfiguration own; // the server's certificate and key, made for this run
 
@@ -121,7 +119,7 @@ private slots:
         const auto& row = CurrentRow(pages);
         TlsServer server;
         server.scripts["page"] = row.page;
-        const QString address = row.otherAddress ? row.otherAddress : server.base + "page";
+        const QString address = (row.page.status != 0 ? server.base : "https://127.0.0.1:1/") + "page";
         Visit visit(address);
         QVERIFY(visit.loaded.wait(60000) && visit.loaded[0][0].toBool() == row.comes);
         const QStringList lines = visit.text.toPlainText().split('\n');
@@ -151,7 +149,6 @@ private slots:
         QTRY_COMPARE(server.running, 1);
         closed.view.reset();
         QTRY_COMPARE(server.running, 0);
-        QCOMPARE(closed.loaded.size(), 0);
     }
 
 private:
