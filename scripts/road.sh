@@ -110,11 +110,13 @@ wait_for_window() {
 }
 # Without the window `import` waits for somebody to choose one.
 take_picture() { timeout 10 import -window "$window" "$picture"; }
-# The button is a pale grey as long as it is disabled, and as dark as the window when it can be pressed. Its upper edge
-# has none of the text, whose width depends on the machine's fonts.
+# The button is a pale grey as long as it is disabled, and as dark as the window when it can be pressed. A window that was
+# not painted yet is black. The button's upper edge has none of the text, whose width depends on the machine's fonts.
 play_is_enabled() {
+    local grey
     take_picture &&
-        (($(convert "$picture" -crop 60x5+656+413 +repage -colorspace gray -format '%[fx:int(mean*255)]' info:) < 95))
+        grey=$(convert "$picture" -crop 60x5+656+413 +repage -colorspace gray -format '%[fx:int(mean*255)]' info:) &&
+        ((grey > 30 && grey < 95))
 }
 # pixels COLOUR: how many the tab's page has of it.
 pixels() {
