@@ -67,18 +67,19 @@ private slots:
         QCOMPARE(outcome.hurts, row.hurts);
     }
 
-    // A list's own files are never fetched, those of an uninstaller never deleted, and none counts twice.
+    // A list's own files are never fetched, those of an uninstaller never deleted, none counts
+    // twice, and a folder stays if none of its files has a dot.
     void theReportCountsWhatALauncherDoes()
     {
         const std::string old =
             "F#changed#1#aa\nF#capitals#1#C0\nF#MyList.txt#1#dd\nF#unins000.exe#1#x\nF#gone#1#x\nF#gone#1#x\n"
-            "D#maps\nD#maps\\far\nF#maps\\far\\deep\\a.map#1#x\nF#maps\\b.map#1#x\nF#maps\\c.map#1#x\nF#same#"
-            "1#bb";
+            "D#maps\nD#maps\\far\nF#maps\\far\\deep\\a.map#1#x\nF#maps\\b.map#1#x\nF#maps\\c.map#1#x\n"
+            "F#plain\\file#1#x\nF#same#1#bb";
         const std::string now =
             "a remark: F#x#7#\nF#changed#5000000000#ab\nF#capitals#1#c0\nF#MyList.txt#9#ee\nF#same#1#BB\n";
         QCOMPARE(ReportText(CompareLists(Parsed(old), Parsed(now + Launcher)), 100).c_str(),
                  "fetched: 3 files, 5 000 001 001 bytes (4.7 GiB)\n"
-                 "deleted: 4 files, 3 folders\n"
+                 "deleted: 5 files, 3 folders\n"
                  "the launcher restarts: yes, its own executable changes\n"
                  "time: 6 min 40 s at 100 Mbit/s\n"
                  "the largest:\n"
