@@ -75,7 +75,6 @@ private slots:
         QVERIFY(std::ferror(folder.get()) && lines.empty());
     }
 
-    // A row has the name of its path.
     void listedPathsStayInTheTree_data()
     {
         QTest::addColumn<bool>("stays");

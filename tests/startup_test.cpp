@@ -1,5 +1,4 @@
-// How a start is claimed, how files are copied for it, and how the application opens. The rest of a start is
-// seen on the whole road.
+// How a start is claimed and copied, and how the application opens. The rest is seen on the whole road.
 #include <filesystem>
 #include <future>
 
@@ -27,7 +26,7 @@ class StartupTest : public QObject
     static inline QPalette palette;
     static inline QString pluginFolder;
     static inline bool windowWasComplete = false;
-    static inline std::future<QString> folderDuringTheWait;
+    static inline std::future<std::chrono::nanoseconds> timeBeforeTheWindow;
 
 private slots:
     // Runs the application once, beside a refused start that lasts. Qt calls the function in the constructor
@@ -42,9 +41,11 @@ private slots:
         patchNotesUrl = "about:blank";
         qputenv("QT_QPA_PLATFORM_PLUGIN_PATH", foreignPlugins);
         qAddPreRoutine([] {
-            folderDuringTheWait = std::async(std::launch::async, [] {
-                QThread::msleep(500);
-                return QDir::current().dirName();
+            const auto start = std::chrono::steady_clock::now();
+            timeBeforeTheWindow = std::async(std::launch::async, [start] {
+                while (QDir::current().dirName() != "Release") // into which the window goes
+                    QThread::msleep(10);
+                return std::chrono::steady_clock::now() - start;
             });
             QTimer::singleShot(100, qApp, [] {
                 palette = QApplication::palette();
@@ -62,7 +63,7 @@ private slots:
     // Until then they would count as a running game, and the window asks for that once.
     void theWindowComesAfterRefusedStartsHaveEnded()
     {
-        QCOMPARE(folderDuringTheWait.get(), QString((tempFolderStem + "1").c_str()));
+        QVERIFY(timeBeforeTheWindow.get() > 900ms);
     }
 
     void theApplicationIsDark()
