@@ -12,6 +12,14 @@ std::string Record(const std::string& name, const std::string& content = Content
     return "F#" + name + "#" + std::to_string(content.size()) + "#" + Sha256Of(content) + "\n";
 }
 
+std::string ListOf(const std::string& names)
+{
+    std::string list = "#records#" + std::to_string(names.size()) + "\n";
+    for (const char name : names)
+        list += Record({name});
+    return list;
+}
+
 Progress shown; // by the last check, as its last
 
 // All that is said, and the summary.
@@ -37,12 +45,14 @@ struct AnswerRow
 };
 const std::string Large(300000, 'x');
 const std::string Three = "#records#3\n" + Record("a") + Record("b") + Record("large", Large);
+const std::string Twenty = ListOf("abcdefghijklmnopqrst"); // more than at once
 const std::string Odd = "#records#3\n" + Record("My List.txt") + Record("50%25") + Record("x?y");
 const std::string NoList = "no file checked, since there is no list to go by";
 const std::string Lost = ": the launcher can't tell a broken transfer from a complete one\n";
 const std::string Page =
     "): the launcher does not follow it, and writes the page that comes instead into the file\n";
-const std::string Chunks = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n7\r\ncontent\r\n";
+const std::string Head = "HTTP/1.1 200 OK\r\nConnection: close\r\n";
+const std::string Chunks = Head + "Transfer-Encoding: chunked\r\n\r\n7\r\ncontent\r\n";
 const AnswerRow answerRows[] = {
     {"missing", "b", Script(404, "", "Cache-Control: max-age=60\r\n"), "b: missing (404 Scripted)\n"},
     {"refused", "b", {400}, "b: refused (400 Scripted)\n"},
@@ -53,11 +63,12 @@ const AnswerRow answerRows[] = {
     {"a file cut short", "b", Script(200, Content, "", 3), "b: cut short: 3 of 7 bytes came\n"},
     {"chunks broken off", "b", {0, Chunks}, "b: broken off after 7 bytes: Connection closed\n"},
     {"chunks", "b", {0, Chunks + "0\r\n\r\n"}, "b: sent in chunks, without its length" + Lost},
-    {"no length", "b", {0, "HTTP/1.1 200 OK\r\n\r\ncontent"}, "b: sent without its length" + Lost},
+    {"no length", "b", {0, Head + "\r\ncontent"}, "b: sent without its length" + Lost},
     {"a packed file", "b", Script(200, Content, "Content-Encoding: br\r\n"),
      "b: packed as br, so its length is lost" + Lost},
     {"a packed list", "List.txt", Script(200, Three, "Content-Encoding: br\r\n"), "",
      "3 files checked, all as the list says"},
+    {"twenty files", "List.txt", {200, Twenty}, "", "20 files checked, all as the list says"},
     {"an uncounted list", "List.txt", Script(200, Three.substr(11)),
      "List.txt: without its number of records: the launcher can't tell a part of it from the complete "
      "list\n"},
@@ -122,9 +133,7 @@ private slots:
         server.fallback = {0};
         server.fallback.stalls = true;
         server.scripts["a"] = server.scripts["b"] = {200, Content};
-        server.scripts["List.txt"].body = "#records#20\n";
-        for (const char name : std::string("abcdefghijklmnopqrst"))
-            server.scripts["List.txt"].body += Record({name});
+        server.scripts["List.txt"].body = Twenty;
         server.scripts["List.txt"].delay = server.scripts["a"].delay = 1200;
         QString said;
         for (const char name : std::string("cdefghijklmnopq"))
@@ -138,7 +147,7 @@ private slots:
     {
         ScriptedServer server;
         server.fallback = {200, Content};
-        server.scripts["List.txt"] = {200, "#records#2\n" + Record("a") + Record("b")};
+        server.scripts["List.txt"] = {200, ListOf("ab")};
         server.scripts["a"] = {200, "old"};
         server.scripts["a"].delay = 300; // what is said keeps the list's order
         PublishedList published;
