@@ -25,11 +25,9 @@ const RemarkRow remarkRows[] = {
     {"nothing", "", "", "Nothing changes: are these the lists that are meant?", false},
     {"a new folder", "", "D#d", "", false},
     {"half of the game", "", "F#a.x#1000000#x", "", false},
-    {"more than half", "", "F#a.x#1000001#x", "More than half of the game is fetched anew: is that meant?",
-     false},
+    {"over half", "", "F#a.x#1000001#x", "More than half of the game is fetched anew: is that meant?", false},
     {"less than 2 GiB", "F#b.x#2147483647#x", "F#a.x#2147483647#x\nF#b.x#2147483647#x", "", false},
-    {"2 GiB", "F#b.x#2147483648#x", "F#a.x#2147483648#x\nF#b.x#2147483648#x",
-     "2 GiB or more are fetched: the"},
+    {"2 GiB", "F#b.x#2147483648#x", "F#a.x#2147483648#x\nF#b.x#2147483648#x", "2 GiB or more are fetched"},
     {"a file's name in other case", "F#\xC3\x84.map#1#x", "F#\xC3\xA4.map#1#x",
      "\xC3\xA4.map: the name of this file changes only in case, from \xC3\x84.map: players lose it, and"},
     {"a folder's name in other case", "D#M\nD#M\\a\nF#M\\x.map#1#x", "D#m\nD#m\\a\nF#m\\x.map#1#x",
@@ -67,8 +65,7 @@ private slots:
         QCOMPARE(outcome.hurts, row.hurts);
     }
 
-    // A list's own files are never fetched, those of an uninstaller never deleted, none counts
-    // twice, and a folder stays if none of its files has a dot.
+    // Not fetched: a list's own files. Not deleted: an uninstaller's, and folders whose files have no dot.
     void theReportCountsWhatALauncherDoes()
     {
         const std::string old =
