@@ -92,7 +92,9 @@ END
 END
     # As README has it, the list came packed.
     grep -q "^${server#*:} 200 /LatestVersion/List.txt gzip" asked.log
-    for tool in "$MAKE_LIST" "$COMPARE_LISTS" "$CHECK_SERVER"; do "$tool" --help | grep -q "2: wrong usage"; done
+    for tool in "$MAKE_LIST" "$COMPARE_LISTS" "$CHECK_SERVER"; do
+        [[ $("$tool" --help) == "Usage: "*"Exit code 0: "*"; 1: "*"; 2: wrong usage"* ]]
+    done
 }
 
 @test "what no list can name is an error, and what players would miss is warned of" {
