@@ -1,4 +1,6 @@
 // The window and its update cycle: which updates it refuses, its log and its tick, and how the program ends.
+#include <QMetaEnum>
+#include <QTextCodec>
 #include <QWebEnginePage>
 
 #include "support/childprocess.h"
@@ -39,12 +41,12 @@ private slots:
         WindowUnderTest test;
         test.Publish({{"a.txt", "1"}});
         test.OpenStill().gameProcessRunning = true;
-        QList<QMessageBox::Icon> boxes;
+        QStringList boxes;
         QTimer looking;
         connect(&looking, &QTimer::timeout, [&] {
             for (QWidget* widget : QApplication::topLevelWidgets()) {
                 if (auto* const box = qobject_cast<QMessageBox*>(widget)) {
-                    boxes += box->icon();
+                    boxes += box->icon() == QMessageBox::Critical ? box->text() : "no error icon";
                     QMetaObject::invokeMethod(box, "accept", Qt::QueuedConnection);
                     QMetaObject::invokeMethod(test.window, "Update"); // opens no second one
                 }
@@ -54,26 +56,60 @@ private slots:
         const QDeadlineTimer limit(10000); // a second box would have nobody to close it
         test.window->updateTimer.start();
         QVERIFY(ProgramQuits() && !limit.hasExpired());
-        QCOMPARE(boxes, {QMessageBox::Critical});
+        QCOMPARE(boxes, {"An update was found but at least one Tessaloom process is already running.\n"
+                         "Close all Tessaloom processes before starting the launcher again."});
     }
 
+    void anotherRootIsRefusedBeforeAnyRequest_data()
+    {
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("folder") << "the launcher stands in \"ROOT\\Backup\" and not in "
+                                   "\"\\Game\\TessaloomLauncher\\Release\"";
+        QTest::newRow("code page")
+            << "the path \"ROOT\" holds letters that this system does not read as UTF-8, "
+               "so no new file could be written there. Before Windows 10 1903, use a path "
+               "of plain English letters";
+        QTest::newRow("home") << "the folder \"ROOT\" holds other things than the game, or can't be examined";
+    }
     void anotherRootIsRefusedBeforeAnyRequest()
     {
+        QFETCH(const QString, reason);
+        const std::string row = QTest::currentDataTag();
         const char* const home = IsWindows ? "USERPROFILE" : "HOME";
         const QByteArray realHome = qgetenv(home);
-        for (const QString reason : {"the launcher stands in ", "the folder \"ROOT\""}) {
-            WindowUnderTest test;
-            test.OpenStill();
-            if (reason.contains("stands"))
-                QVERIFY(QDir().mkpath("Backup") && QDir::setCurrent("Backup"));
-            else
-                qputenv(home, test.tree.Root().c_str());
-            const bool ended = test.Update({});
-            qputenv(home, realHome);
-            QVERIFY(ended && test.Shows().last().startsWith("Refusing to update: " + reason));
-            COMPARE_ALL(test.Shows().mid(0, 5) + test.server.requests,
-                        Offline("Refusing to update this folder"));
+        WindowUnderTest test;
+        test.OpenStill();
+        if (row == "folder")
+            QVERIFY(QDir(test.tree.Root().c_str()).mkdir("Backup") &&
+                    QDir::setCurrent(test.tree.Path("Backup").c_str()));
+        else if (row == "code page")
+            QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
+        else
+            qputenv(home, test.tree.Root().c_str());
+        const bool ended = test.Update({});
+        qputenv(home, realHome);
+        FixTextConventions();
+        QVERIFY(ended);
+        QCOMPARE(test.Shows().last(), "Refusing to update: " + reason);
+        COMPARE_ALL(test.Shows().mid(0, 5) + test.server.requests, Offline("Refusing to update this folder"));
+    }
+
+    void anErrorIsNamedInTheLog()
+    {
+        WindowUnderTest test;
+        MainWindow& window = test.OpenStill();
+        const auto errors = QMetaEnum::fromType<QNetworkReply::NetworkError>();
+        QStringList unnamed;
+        for (int i = 1; i < errors.keyCount(); ++i) { // the first one is no error
+            window.TransferFinished(nullptr, errors.value(i));
+            if (!test.Shows().contains(errors.key(i)))
+                unnamed += errors.key(i);
         }
+        window.finishedTransfers.clear();
+        QCOMPARE(unnamed, QStringList({"HostNotFoundError", "TooManyRedirectsError", "InsecureRedirectError",
+                                       "ContentConflictError", "ContentGoneError", "InternalServerError",
+                                       "OperationNotImplementedError", "ServiceUnavailableError",
+                                       "UnknownServerError"}));
     }
 
     void logLinesShowAfterAFifthOfASecondNewestFirst()
@@ -121,6 +157,14 @@ private slots:
             QCOMPARE(sleepCountdown, 20 - tick % 21); // set at each sleep
         }
         QVERIFY(leastTime.hasExpired());
+    }
+
+    void theFirstTickConnects()
+    {
+        WindowUnderTest test;
+        QMetaObject::invokeMethod(&test.OpenStill(), "Update");
+        COMPARE_ALL(test.Shows().mid(0, 5), QStringList({"status: Connecting to server...", "percentage: ",
+                                                         "Play, disabled", "no bar, at 0", "patch notes"}));
     }
 
     // A fine timer costs power, and a window may stay open for hours.

@@ -35,11 +35,13 @@ private slots:
         MainWindow& window = test.OpenStill();
         RecordingTaskbar taskbar;
         window.taskbar = &taskbar;
-        for (const float fraction : {0.7f, 0.0f, 1e30f, 1.0f})
+        for (const float fraction : {0.7f, 0.0f, 1e30f, NAN, 1.0f})
             window.SetProgress(fraction);
+        LauncherContext::Instance().closing = true; // the bar may be gone already
+        window.SetProgress(0.5f);
         QCOMPARE(window.ui->ProgressBar->value(), 10000);
         QCOMPARE(taskbar.calls, QStringList({"6999 of 10000", "0 of 10000", "state 0", "2147483647 of 10000",
-                                             "10000 of 10000"}));
+                                             "0 of 10000", "10000 of 10000"}));
     }
 
     void aTransferShowsAmountSpeedAndPercentage()
@@ -71,13 +73,14 @@ private slots:
         for (const QDeadlineTimer busy(50); !busy.hasExpired();) // ticks come faster than the meter ages
             meter.Tick();
         QList<int> rates = {meter.rateKB};
-        for (const double pause : {0.7, 1.1, 0.3, 0.6}) { // seconds, by moving the last tick into the past
-            meter.Book(1023);                             // less than a KB counts as nothing
+        // Seconds, by moving the last tick into the past. Less than a KB counts as nothing.
+        for (const double pause : {0.7, 1.1, 0.3, 0.6, 0.6}) {
+            meter.Book(pause == 0.6 ? MB : 1023);
             meter.lastTick -= pause;
             meter.Tick();
             rates += meter.rateKB;
         }
-        QCOMPARE(rates, QList<int>({2048, 2048, 2048, 2048, 0}));
+        QCOMPARE(rates, QList<int>({2048, 2048, 2048, 2048, 512, 1024}));
     }
 };
 

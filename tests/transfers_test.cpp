@@ -2,6 +2,47 @@
 #include "support/testmain.h"
 #include "support/windowundertest.h"
 
+namespace {
+// In the form of a packed list, and cut by a proxy that takes the part for all of it: Qt unpacks what came.
+Script CutList()
+{
+    const QByteArray list = "#records#100\n" + QByteArray("F#a#1#0\n").repeated(100);
+    const QByteArray part = qCompress(list, 0).mid(4, 420); // without Qt's own length
+    return {0, "HTTP/1.1 200 OK\r\nContent-Encoding: deflate\r\nContent-Length: 420\r\n\r\n" +
+                   part.toStdString()};
+}
+
+struct ListRow
+{
+    const char* name;
+    std::string url; // empty: the server's
+    Script answer;
+    QString cause; // in the log
+};
+const ListRow listRows[] = {
+    {"closed port", "http://127.0.0.1:1/", {}, "ConnectionRefusedError"},
+    {"unknown host", "http://name.invalid/", {}, "Can not locate host, your internet connection may be down"},
+    {"breaks off", "", {200, "F#a#1#0\n", "", 7}, "RemoteHostClosedError"},
+    {"no body", "", {204, "F#a#1#0\n", "", 0}, "RemoteHostClosedError"},
+    {"packed and cut", "", CutList(), "List of files loaded with 51 elements\nList of files is invalid"},
+    {"foreign page",
+     "",
+     {200, "<p>\n#F#Wi-Fi#"},
+     "List of files loaded with 2 elements\nList of files is invalid"},
+};
+
+// A window that is closed while it shows the status, and an answer that never ends.
+struct ClosingRow
+{
+    const char* name; // the status
+    std::string answer;
+};
+const ClosingRow closingRows[] = {{"Connecting to server...", "List.txt"},
+                                  {"Looking for updates...", ""},
+                                  {"Checking for file changes...", ""},
+                                  {"Downloading files...", "new.dat"}};
+} // namespace
+
 class TransfersTest : public QObject
 {
     Q_OBJECT
@@ -9,12 +50,15 @@ class TransfersTest : public QObject
 private slots:
     void anOutdatedTreeBecomesThePublishedOne()
     {
-        Tree published = {{"10.dat", "new"}, {"Däten/", ""}, {"Däten/a + b (100%).txt", "new"}};
+        Tree published = {
+            {"10.dat", "new"}, {"Däten/", ""}, {"Däten/a + b (100%).txt", "new"}, {"link.dat", "new"}};
         WindowUnderTest test;
         test.Publish(published);
+        if (!IsWindows) // is replaced and not followed
+            QVERIFY(QFile::link("absent", test.tree.Path("link.dat").c_str()));
         QVERIFY(test.Update({{"10.dat", "old"}, {"junk/x.txt", "1"}, {"unins000.exe", "spared"}}));
         const QStringList log = {"Downloading file: List.txt",
-                                 "List of files loaded with 7 elements",
+                                 "List of files loaded with 8 elements",
                                  "Deleted temporary list file",
                                  "Deleting files and directories that are not in the list",
                                  "Deleted file: junk\\x.txt",
@@ -24,11 +68,13 @@ private slots:
                                  "Deleted old file: 10.dat",
                                  "Downloading file: 10.dat",
                                  "Downloading file: Däten/a + b (100%).txt",
+                                 "Downloading file: link.dat",
                                  "Waiting for all files to finish downloading",
                                  "Game is up to date"};
         const QString folder =
             "Current directory after opening temporary application: ROOT\\Game\\TessaloomLauncher\\Release";
         COMPARE_ALL(test.Shows(), upToDate + QStringList(folder) + log);
+        QCOMPARE(test.window->receivedBytes, 9);
         published["unins000.exe"] = "spared";
         COMPARE_ALL(test.GameTree(), published);
     }
@@ -47,51 +93,22 @@ private slots:
         QCOMPARE(test.server.mostAtOnce, 15);
     }
 
+    void withoutAListNothingChanges_data()
+    {
+        AddRows(listRows);
+    }
     void withoutAListNothingChanges()
     {
-        struct Row
-        {
-            const char* name;
-            std::string url;
-            Script answer;
-            QString cause; // in the log
-        };
-        const QString noHost = "Can not locate host, your internet connection may be down";
-        const QString loadedInvalid = "List of files loaded with 2 elements\nList of files is invalid";
-        for (const Row& row : {Row{"closed port", "http://127.0.0.1:1/", {}, "ConnectionRefusedError"},
-                               {"unknown host", "http://name.invalid/", {}, noHost},
-                               {"breaks off", "", {200, "F#a#1#0\n", "", 7}, "RemoteHostClosedError"},
-                               {"no body", "", {204, "F#a#1#0\n", "", 0}, "RemoteHostClosedError"},
-                               {"foreign page", "", {200, "<p>\n#F#Wi-Fi#"}, loadedInvalid}}) {
-            const Tree game = Files({"a", "sets/", "sets/a.map"});
-            WindowUnderTest test;
-            test.server.fallback = row.answer;
-            fileListUrl = row.url.empty() ? fileListUrl : row.url;
-            QVERIFY2(test.Update(game) && test.Shows().join("\n").contains("\n" + row.cause + "\n"),
-                     row.name);
-            QVERIFY2(updateState == UpdateState::Offline && test.GameTree() == game, row.name);
-            QCOMPARE(test.window->ui->WebView->isHidden(), row.cause == noHost);
-        }
-    }
-
-    // A proxy may take a packed list that it has in part for the complete one. Qt then unpacks the part.
-    void ofAPackedListThatIsCutNothingIsDeleted()
-    {
+        const ListRow& row = CurrentRow(listRows);
         const Tree game = Files({"a", "sets/", "sets/a.map"});
-        const std::string list = "#records#7\r\n" + WindowUnderTest::ListOf(game);
-        const QByteArray packed =
-            qCompress(QByteArray::fromStdString(list)).mid(4); // without Qt's own length
-        // Without its end, the last digest may be cut: that file is fetched once more.
-        const int mayPass = 60, step = IsWindows ? 50 : 5; // a window takes Wine more than a second
-        for (int missing = 0; missing <= packed.size(); missing += missing == 0 ? mayPass : step) {
-            WindowUnderTest test;
-            const QByteArray length = QByteArray::number(packed.size() - missing);
-            const QByteArray head = "HTTP/1.1 200 OK\r\nContent-Encoding: deflate\r\nContent-Length: ";
-            test.server.fallback = {0, (head + length + "\r\n\r\n" + packed.chopped(missing)).toStdString()};
-            QVERIFY(test.Update(game));
-            QCOMPARE(updateState == UpdateState::UpToDate, missing == 0);
-            COMPARE_ALL(test.GameTree(), game);
-        }
+        WindowUnderTest test;
+        test.server.fallback = row.answer;
+        fileListUrl = row.url.empty() ? fileListUrl : row.url;
+        QVERIFY(test.Update(game));
+        QCOMPARE(updateState, UpdateState::Offline);
+        COMPARE_ALL(test.GameTree(), game);
+        QVERIFY(test.Shows().join("\n").contains("\n" + row.cause + "\n"));
+        QCOMPARE(test.window->ui->WebView->isHidden(), row.cause.startsWith("Can not locate host"));
     }
 
     // In a process of its own that can't make a file longer than 4 KB, as if the disk were full.
@@ -114,6 +131,39 @@ private slots:
         COMPARE_ALL(test.GameTree(), game); // nothing was deleted
     }
 
+    // Somebody moves the game's folder. What is on its way would still be written to the old place.
+    void anUpdateEndsWhereItsFolderMoves()
+    {
+        for (const std::string answer : {"List.txt", "new.dat"}) {
+            const TemporaryTree other;
+            WindowUnderTest test;
+            QVERIFY(WriteTree(other.Root(), {{test.launcherFolder + "/", ""}}));
+            test.Publish({{"new.dat", "new"}});
+            test.server.scripts[answer].delay = 200;
+            test.OpenStill().updateTimer.start();
+            QTRY_VERIFY(test.server.requests.contains(answer.c_str()));
+            QDir::setCurrent(other.Path(test.launcherFolder).c_str());
+            QVERIFY(test.Update({}));
+            COMPARE_ALL(test.Shows().mid(0, 5), Offline("Refusing to update this folder"));
+            QCOMPARE(test.Shows().last(), QString("Refusing to update: the game's folder was \"ROOT\" and is "
+                                                  "now \"%1\"")
+                                              .arg(other.WindowsRoot().c_str()));
+            COMPARE_ALL(test.GameTree(), Tree());
+        }
+    }
+
+    void aFileThatCantBeSavedIsNamed()
+    {
+        WindowUnderTest test;
+        test.Publish({{"absent/new.dat", "new"}}); // the list does not name the folder
+        QVERIFY(test.Update({}));
+        COMPARE_ALL(test.Shows().mid(0, 5), notConnected);
+        COMPARE_ALL(test.Shows().mid(test.Shows().size() - 3),
+                    QStringList({"ERROR: Could not save the file, admin permission might be needed: "
+                                 "ROOT\\absent/new.dat",
+                                 "UnknownContentError", "Failed to connect to the server"}));
+    }
+
     // What is on its way arrives, and nothing else is asked for.
     void aFailedFileStopsTheQueueOnly()
     {
@@ -132,42 +182,37 @@ private slots:
         QCOMPARE(test.server.requests.size(), 16);
     }
 
+    void theProgramEndsSoonAfterItsWindowIsClosed_data()
+    {
+        AddRows(closingRows);
+    }
     void theProgramEndsSoonAfterItsWindowIsClosed()
     {
-        struct Row
-        {
-            const char* status;
-            std::string answer; // that never ends
-        };
-        for (const Row& row : {Row{"Connecting to server...", "List.txt"},
-                               {"Looking for updates...", ""},
-                               {"Checking for file changes...", ""},
-                               {"Downloading files...", "new.dat"}}) {
-            WindowUnderTest test;
-            Tree game = Files({"1.dat", "2.dat", "3.dat", "4.dat", "5.dat"});
-            QVERIFY(WriteTree(test.tree.Root(), game));
-            game["new.dat"] = "new";
-            test.Publish(game);
-            Script& stalling = test.server.scripts[row.answer];
-            stalling.stalls = true;
-            stalling.sendOnly = 1;
-            test.OpenStill().updateTimer.start();
-            QDeadlineTimer limit;
-            QTimer closing;
-            connect(&closing, &QTimer::timeout, [&] {
-                const bool isAsked = row.answer.empty() || test.server.requests.contains(row.answer.c_str());
-                if (isAsked && test.window->ui->StatusText->text() == row.status) {
-                    closing.stop();
-                    test.window->close(); // takes Wine two seconds where there is no window manager
-                    limit.setRemainingTime(2000);
-                }
-            });
-            closing.start(0);
-            QVERIFY2(ProgramQuits(), row.status);
-            test.Close();
-            QVERIFY2(!limit.hasExpired(), row.status);
-            QTRY_COMPARE(test.server.running, 0);
-        }
+        const ClosingRow& row = CurrentRow(closingRows);
+        WindowUnderTest test;
+        Tree game = Files({"1.dat", "2.dat", "3.dat", "4.dat", "5.dat"});
+        QVERIFY(WriteTree(test.tree.Root(), game));
+        game["new.dat"] = "new";
+        test.Publish(game);
+        Script& stalling = test.server.scripts[row.answer];
+        stalling.stalls = true;
+        stalling.sendOnly = 1;
+        test.OpenStill().updateTimer.start();
+        QDeadlineTimer limit;
+        QTimer closing;
+        connect(&closing, &QTimer::timeout, [&] {
+            const bool isAsked = row.answer.empty() || test.server.requests.contains(row.answer.c_str());
+            if (isAsked && test.window->ui->StatusText->text() == row.name) {
+                closing.stop();
+                test.window->close(); // takes Wine two seconds where there is no window manager
+                limit.setRemainingTime(2000);
+            }
+        });
+        closing.start(0);
+        QVERIFY(ProgramQuits());
+        test.Close();
+        QVERIFY(!limit.hasExpired());
+        QTRY_COMPARE(test.server.running, 0);
     }
 };
 

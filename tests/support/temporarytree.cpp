@@ -32,10 +32,11 @@ Tree Files(const std::vector<std::string>& paths)
 QString Differences(const QStringList& actual, const QStringList& expected)
 {
     QString text;
+    QStringList missing = expected;
     for (const QString& line : actual)
-        text += expected.contains(line) ? QString() : "\nleft over: " + line;
-    for (const QString& line : expected)
-        text += actual.contains(line) ? QString() : "\nmissing: " + line;
+        text += missing.removeOne(line) ? QString() : "\nleft over: " + line;
+    for (const QString& line : missing)
+        text += "\nmissing: " + line;
     return text.isEmpty() && actual != expected ? "\nanother order: " + actual.join('\n') : text;
 }
 
