@@ -106,29 +106,22 @@ public:
         return game;
     }
 
-    // A list of the tree, and of the launcher's own folder and file.
-    static std::string ListOf(const Tree& published)
+    // Serves the files of the tree, and a list of it and of the launcher's own folder and file.
+    void Publish(Tree published)
     {
-        Tree all = {{"Game/", ""}, {"Game/TessaloomLauncher/", ""}, {"Game/TessaloomLauncher/Release/", ""}};
-        all["Game/TessaloomLauncher/Release/TessaloomLauncher.exe"] = "launcher";
-        all.insert(published.begin(), published.end());
-        std::string folders, files;
-        for (const auto& [path, content] : all) {
-            const std::string listed = QString(path.c_str()).replace('/', '\\').toStdString();
-            const std::string size = std::to_string(content.size());
-            if (listed.back() == '\\')
-                folders += "D#" + listed.substr(0, listed.size() - 1) + "\r\n";
-            else
-                files += "F#" + listed + "#" + size + "#" + Sha256Of(content) + "\r\n";
-        }
-        return folders + files;
-    }
-    // Serves the files of the tree, and the list of them.
-    void Publish(const Tree& published)
-    {
-        server.scripts["List.txt"].body = ListOf(published);
         for (const auto& [path, content] : published)
             server.scripts[path].body = content;
+        published.insert(
+            {{launcherFolder + "/", ""}, {launcherFolder + "/TessaloomLauncher.exe", "launcher"}});
+        std::string list;
+        for (const auto& [path, content] : published) {
+            const std::string listed = QString(path.c_str()).replace('/', '\\').toStdString();
+            list += listed.back() == '\\'
+                        ? "D#" + listed.substr(0, listed.size() - 1)
+                        : "F#" + listed + "#" + std::to_string(content.size()) + "#" + Sha256Of(content);
+            list += "\r\n";
+        }
+        server.scripts["List.txt"].body = list;
     }
 
     const std::string launcherFolder = "Game/TessaloomLauncher/Release";
