@@ -54,12 +54,10 @@ private slots:
         QStringList boxes;
         QTimer looking;
         connect(&looking, &QTimer::timeout, [&] {
-            for (QWidget* widget : QApplication::topLevelWidgets()) {
-                if (auto* const box = qobject_cast<QMessageBox*>(widget)) {
-                    boxes += box->icon() == QMessageBox::Critical ? box->text() : "no error icon";
-                    QMetaObject::invokeMethod(box, "accept", Qt::QueuedConnection);
-                    QMetaObject::invokeMethod(test.window, "Update"); // opens no second one
-                }
+            if (auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+                boxes += box->icon() == QMessageBox::Critical ? box->text() : "no error icon";
+                QMetaObject::invokeMethod(box, "accept", Qt::QueuedConnection);
+                QMetaObject::invokeMethod(test.window, "Update"); // opens no second one
             }
         });
         looking.start(200);
@@ -107,8 +105,7 @@ private slots:
         QStringList unnamed;
         for (int i = 1; i < errors.keyCount(); ++i) { // the first one is no error
             window.TransferFinished(nullptr, errors.value(i));
-            if (!test.Shows().contains(errors.key(i)))
-                unnamed += errors.key(i);
+            unnamed += test.Shows().contains(errors.key(i)) ? QStringList() : QStringList(errors.key(i));
         }
         window.finishedTransfers.clear();
         QCOMPARE(unnamed, QStringList({"HostNotFoundError", "TooManyRedirectsError", "InsecureRedirectError",
@@ -166,11 +163,7 @@ private slots:
         WindowUnderTest test;
         const std::string report = test.tree.Path("report");
         qputenv(ReportVariable, report.c_str());
-        const std::string launcher = "Game/TessaloomLauncher/Release/TessaloomLauncher.exe";
-        const std::string listed = "Game\\TessaloomLauncher\\Release";
-        test.server.scripts["List.txt"].body =
-            "D#" + listed + "\nF#" + listed + "\\" + LauncherFileName + "#8#0\n";
-        test.server.scripts[launcher].body = ReadFile(TEST_CHILD);
+        test.Publish({{test.launcherFolder + "/TessaloomLauncher.exe", ReadFile(TEST_CHILD)}});
         test.OpenStill().updateTimer.start();
         QVERIFY(ProgramQuits());
         qunsetenv(ReportVariable);
