@@ -54,30 +54,30 @@ const std::string Page =
 const std::string Head = "HTTP/1.1 200 OK\r\nConnection: close\r\n";
 const std::string Chunks = Head + "Transfer-Encoding: chunked\r\n\r\n7\r\ncontent\r\n";
 const AnswerRow answerRows[] = {
-    {"missing", "b", Script(404, "", "Cache-Control: max-age=60\r\n"), "b: missing (404 Scripted)\n"},
+    {"missing", "b", Script{404, "", "Cache-Control: max-age=60\r\n"}, "b: missing (404 Scripted)\n"},
     {"refused", "b", {400}, "b: refused (400 Scripted)\n"},
-    {"a redirect", "b", Script(301, "", "Location: /c\r\n"), "b: redirected (301 Scripted, to /c" + Page},
+    {"a redirect", "b", Script{301, "", "Location: /c\r\n"}, "b: redirected (301 Scripted, to /c" + Page},
     {"no web server", "b", {0, "SSH-2.0\r\n"}, "b: no answer: Connection closed\n"},
     {"other content", "b", {200, "CONTENT"}, "b: other content: its digest is not that of the list\n"},
     {"another size", "b", {200, "contents"}, "b: other size: 8 bytes instead of 7\n"},
-    {"a file cut short", "b", Script(200, Content, "", 3), "b: cut short: 3 of 7 bytes came\n"},
+    {"a file cut short", "b", Script{200, Content, "", 3}, "b: cut short: 3 of 7 bytes came\n"},
     {"chunks broken off", "b", {0, Chunks}, "b: broken off after 7 bytes: Connection closed\n"},
     {"chunks", "b", {0, Chunks + "0\r\n\r\n"}, "b: sent in chunks, without its length" + Lost},
     {"no length", "b", {0, Head + "\r\ncontent"}, "b: sent without its length" + Lost},
-    {"a packed file", "b", Script(200, Content, "Content-Encoding: br\r\n"),
+    {"a packed file", "b", Script{200, Content, "Content-Encoding: br\r\n"},
      "b: packed as br, so its length is lost" + Lost},
-    {"a packed list", "List.txt", Script(200, Three, "Content-Encoding: br\r\n"), "",
+    {"a packed list", "List.txt", Script{200, Three, "Content-Encoding: br\r\n"}, "",
      "3 files checked, all as the list says"},
     {"twenty files", "List.txt", {200, Twenty}, "", "20 files checked, all as the list says"},
-    {"an uncounted list", "List.txt", Script(200, Three.substr(11)),
+    {"an uncounted list", "List.txt", Script{200, Three.substr(11)},
      "List.txt: without its number of records: the launcher can't tell a part of it from the complete "
      "list\n"},
     {"no list", "List.txt", {404}, "List.txt: missing (404 Scripted)\n", NoList},
-    {"a page for a list", "List.txt", Script(200, "<p>\n", "Content-Type: text/html\r\n"),
+    {"a page for a list", "List.txt", Script{200, "<p>\n", "Content-Type: text/html\r\n"},
      "List.txt: no list but something else (text/html): every launcher refuses it\n", NoList},
-    {"a bad line", "List.txt", Script(200, Record("a") + "F#b\n"),
+    {"a bad line", "List.txt", Script{200, Record("a") + "F#b\n"},
      "List.txt: an invalid list (line 2 has too few fields): every launcher refuses it\n", NoList},
-    {"names that mean something else", "List.txt", Script(200, Odd),
+    {"names that mean something else", "List.txt", Script{200, Odd},
      "My List.txt: never fetched, since its path holds \"List.txt\"\n"
      "50%25: the launcher asks for \"/LatestVersion/50%\" instead\n"
      "x?y: the launcher asks for \"/LatestVersion/x\" instead\n",
@@ -119,7 +119,7 @@ private slots:
         ScriptedServer server;
         server.fallback = {200, Content};
         for (const auto& [head, time] : times) {
-            server.scripts["List.txt"] = Script(200, Record("a") + "#records#1\n", head + "\r\n");
+            server.scripts["List.txt"] = Script{200, Record("a") + "#records#1\n", head + "\r\n"};
             const QString kept =
                 "List.txt: may stay in caches for %1: so long, players may not see the next version\n";
             QCOMPARE(Check(server), (*time ? kept.arg(time) : "") + "1 file checked, all as the list says");
@@ -157,11 +157,10 @@ private slots:
         const std::string base = "http://updates.example.com:81/LatestVersion/";
         const QString said = Check(server, {base, false, {}, &published, "new.txt", cache});
         const char expected[] =
-            "from CACHE: List.txt: the server gives out another list than new.txt, of 2 files: an older "
-            "version, or "
-            "a cache before it\n"
-            "from CACHE: a: other size: 3 bytes instead of 0\nfrom CACHE: b: other size: 7 bytes instead of "
-            "0\n"
+            "from CACHE: List.txt: the server gives out another list than new.txt, of 2 files: "
+            "an older version, or a cache before it\n"
+            "from CACHE: a: other size: 3 bytes instead of 0\n"
+            "from CACHE: b: other size: 7 bytes instead of 0\n"
             "check-server: http://updates.example.com:81/LatestVersion/ from CACHE: 2 files checked, 3 "
             "findings";
         QCOMPARE(said, QString(expected).replace("CACHE", cache.c_str()));

@@ -61,9 +61,8 @@ private slots:
             }
         });
         looking.start(200);
-        const QDeadlineTimer limit(10000); // a second box would have nobody to close it
         test.window->updateTimer.start();
-        QVERIFY(ProgramQuits() && !limit.hasExpired());
+        QVERIFY(ProgramQuits());
         QCOMPARE(boxes, {"An update was found but at least one Tessaloom process is already running.\n"
                          "Close all Tessaloom processes before starting the launcher again."});
     }
@@ -100,14 +99,13 @@ private slots:
     void anErrorIsNamedInTheLog()
     {
         WindowUnderTest test;
-        MainWindow& window = test.OpenStill();
+        test.OpenStill();
         const auto errors = QMetaEnum::fromType<QNetworkReply::NetworkError>();
         QStringList unnamed;
         for (int i = 1; i < errors.keyCount(); ++i) { // the first one is no error
-            window.TransferFinished(nullptr, errors.value(i));
+            test.window->TransferFinished(nullptr, errors.value(i));
             unnamed += test.Shows().contains(errors.key(i)) ? QStringList() : QStringList(errors.key(i));
         }
-        window.finishedTransfers.clear();
         QCOMPARE(unnamed, QStringList({"HostNotFoundError", "TooManyRedirectsError", "InsecureRedirectError",
                                        "ContentConflictError", "ContentGoneError", "InternalServerError",
                                        "OperationNotImplementedError", "ServiceUnavailableError",
@@ -136,9 +134,8 @@ private slots:
     void theFirstTickConnectsWithAFineTimerUntilTheCycleEnds()
     {
         WindowUnderTest test;
-        MainWindow& window = test.OpenStill();
-        QMetaObject::invokeMethod(&window, "Update");
-        QVERIFY(window.size() == QSize(733, 451) && timerIsFine);
+        QMetaObject::invokeMethod(&test.OpenStill(), "Update");
+        QVERIFY(test.window->size() == QSize(733, 451) && timerIsFine);
         COMPARE_ALL(test.Shows().mid(0, 5), QStringList({"status: Connecting to server...", "percentage: ",
                                                          "Play, disabled", "no bar, at 0", "patch notes"}));
         QVERIFY(test.Update({}));

@@ -1,6 +1,5 @@
 // The whole road: the real executable in an outdated tree, started as a player starts it, against a server.
 // What counts is the complete tree and the requests that came.
-//
 // The executable ends every process of its own file name on this machine, and counts whatever bears the
 // game's name as a running game: this program waits until there is none, and must run alone.
 #include <memory>

@@ -1,6 +1,5 @@
 #!/bin/bash
-# Checks of the sources that no compiler makes.
-#
+# Checks of the sources that no compiler makes:
 # sources.sh rooms    no file includes against the order of the rooms, and only src/platform knows the system
 # sources.sh format   clang-format would change nothing
 # sources.sh shell    shellcheck has nothing to say about the scripts

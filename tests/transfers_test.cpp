@@ -57,23 +57,24 @@ private slots:
         if (!IsWindows) // is replaced and not followed
             QVERIFY(QFile::link("absent", test.tree.Path("link.dat").c_str()));
         QVERIFY(test.Update({{"10.dat", "old"}, {"junk/x.txt", "1"}, {"unins000.exe", "spared"}}));
-        const QStringList log = {"Downloading file: List.txt",
-                                 "List of files loaded with 6 elements",
-                                 "Deleted temporary list file",
-                                 "Deleting files and directories that are not in the list",
-                                 "Deleted file: junk\\x.txt",
-                                 "Created directory: ROOT\\Däten",
-                                 "Directory deleted: junk",
-                                 "Initializing files to download",
-                                 "Deleted old file: 10.dat",
-                                 "Downloading file: 10.dat",
-                                 "Downloading file: Däten/a + b (100%).txt",
-                                 "Downloading file: link.dat",
-                                 "Waiting for all files to finish downloading",
-                                 "Game is up to date"};
-        const QString folder =
-            "Current directory after opening temporary application: ROOT\\Game\\TessaloomLauncher\\Release";
-        COMPARE_ALL(test.Shows(), upToDate + QStringList(folder) + log);
+        const QStringList log = {
+            "Current directory after opening temporary application: "
+            "ROOT\\Game\\TessaloomLauncher\\Release",
+            "Downloading file: List.txt",
+            "List of files loaded with 6 elements",
+            "Deleted temporary list file",
+            "Deleting files and directories that are not in the list",
+            "Deleted file: junk\\x.txt",
+            "Created directory: ROOT\\Däten",
+            "Directory deleted: junk",
+            "Initializing files to download",
+            "Deleted old file: 10.dat",
+            "Downloading file: 10.dat",
+            "Downloading file: Däten/a + b (100%).txt",
+            "Downloading file: link.dat",
+            "Waiting for all files to finish downloading",
+            "Game is up to date"};
+        COMPARE_ALL(test.Shows(), upToDate + log);
         QCOMPARE(test.window->receivedBytes, 9);
         published["unins000.exe"] = "spared";
         COMPARE_ALL(test.GameTree(), published);
@@ -145,9 +146,8 @@ private slots:
             QDir::setCurrent(other.Path(test.launcherFolder).c_str());
             QVERIFY(test.Update({}));
             COMPARE_ALL(test.Shows().mid(0, 5), Offline("Refusing to update this folder"));
-            QCOMPARE(test.Shows().last(), QString("Refusing to update: the game's folder was \"ROOT\" and is "
-                                                  "now \"%1\"")
-                                              .arg(other.WindowsRoot().c_str()));
+            QVERIFY(test.Shows().last().startsWith(
+                "Refusing to update: the game's folder was \"ROOT\" and is now \""));
             COMPARE_ALL(test.GameTree(), Tree());
         }
     }
@@ -165,12 +165,12 @@ private slots:
         test.server.scripts["10"] = {404};
         QVERIFY(test.Update({{"10", "old"}}));
         COMPARE_ALL(test.Shows().mid(0, 5), notConnected);
-        const QStringList lines = test.Shows().mid(test.Shows().size() - 6);
-        COMPARE_ALL(lines, QStringList({"File not found on server", "ContentNotFoundError",
-                                        "Failed to connect to the server",
-                                        "ERROR: Could not save the file, admin permission might be needed: "
-                                        "ROOT\\1 absent/1.dat",
-                                        "UnknownContentError", "Failed to connect to the server"}));
+        COMPARE_ALL(test.Shows().mid(test.Shows().size() - 6),
+                    QStringList({"File not found on server", "ContentNotFoundError",
+                                 "Failed to connect to the server",
+                                 "ERROR: Could not save the file, admin permission might be needed: "
+                                 "ROOT\\1 absent/1.dat",
+                                 "UnknownContentError", "Failed to connect to the server"}));
         QCOMPARE(test.GameTree().size(), 13u); // of fifteen
         QCOMPARE(test.server.requests.size(), 16);
     }

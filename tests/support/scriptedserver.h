@@ -10,19 +10,13 @@
 // What the server does with a GET of one path.
 struct Script
 {
-    Script(int statusCode = 200, const std::string& content = "", const std::string& headLines = "",
-           int bytesToSend = -1)
-        : status(statusCode), body(content), head(headLines), sendOnly(bytesToSend)
-    {
-    }
-
-    int status; // 0: no head, so that it is no HTTP
-    std::string body;
-    std::string head;    // further lines of the head, each with its end
-    int sendOnly;        // bytes of the body after which the answer breaks off; -1: the whole body
-    int delay = 0;       // milliseconds before the answer begins
-    int pieceSize = 0;   // bytes that are sent at a time, a millisecond apart; 0: all at once
-    bool stalls = false; // the connection stays open after the answer
+    int status = 200; // 0: no head, so that it is no HTTP
+    std::string body = {};
+    std::string head = {}; // further lines of the head, each with its end
+    int sendOnly = -1;     // bytes of the body after which the answer breaks off; -1: the whole body
+    int delay = 0;         // milliseconds before the answer begins
+    int pieceSize = 0;     // bytes that are sent at a time, a millisecond apart; 0: all at once
+    bool stalls = false;   // the connection stays open after the answer
 };
 
 // Single-threaded: works while the test's event loop runs. One request per connection.
