@@ -58,6 +58,7 @@ private slots:
         const std::string row = QTest::currentDataTag();
         const char* const home = IsWindows ? "USERPROFILE" : "HOME";
         const QByteArray realHome = qgetenv(home);
+        QTextCodec* const realCodec = QTextCodec::codecForLocale();
         WindowUnderTest test;
         test.OpenStill();
         if (row == "folder")
@@ -69,7 +70,7 @@ private slots:
             qputenv(home, test.tree.Root().c_str());
         const bool ended = test.Update({});
         qputenv(home, realHome);
-        FixTextConventions();
+        QTextCodec::setCodecForLocale(realCodec);
         QVERIFY(ended && test.Shows().last().startsWith("Refusing to update: " + reason));
         COMPARE_ALL(test.Shows().mid(0, 5) + test.server.requests, Offline("Refusing to update this folder"));
     }
