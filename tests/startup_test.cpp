@@ -43,7 +43,8 @@ private slots:
         qAddPreRoutine([] {
             const auto start = std::chrono::steady_clock::now();
             timeBeforeTheWindow = std::async(std::launch::async, [start] {
-                while (QDir::current().dirName() != "Release") // into which the window goes
+                // The window leaves it, and may be gone when this looks again.
+                while (QDir::current().dirName() == (tempFolderStem + "1").c_str())
                     QThread::msleep(10);
                 return std::chrono::steady_clock::now() - start;
             });
