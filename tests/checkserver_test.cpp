@@ -34,7 +34,7 @@ QString Check(const ScriptedServer& server, CheckOptions options = {})
     return said.remove(QString::fromStdString("check-server: " + options.base + ": "));
 }
 
-// A server of the files a, b and large, one of whose answers is another one.
+// A server of the files a, b and groß, one of whose answers is another one.
 struct AnswerRow
 {
     const char* name;
@@ -44,7 +44,7 @@ struct AnswerRow
     std::string summary = "3 files checked, 1 finding";
 };
 const std::string Large(300000, 'x');
-const std::string Three = "#records#3\n" + Record("a") + Record("b") + Record("large", Large);
+const std::string Three = "#records#3\n" + Record("a") + Record("b") + Record("gro\xC3\x9F", Large);
 const std::string Twenty = ListOf("abcdefghijklmnopqrst"); // more than at once
 const std::string Odd = "#records#3\n" + Record("My List.txt") + Record("50%25") + Record("x?y");
 const std::string NoList = "no file checked, since there is no list to go by";
@@ -99,7 +99,7 @@ private slots:
         const AnswerRow& row = CurrentRow(answerRows);
         ScriptedServer server;
         server.fallback = {200, Content};
-        server.scripts = {{"List.txt", {200, Three}}, {"large", {200, Large}}};
+        server.scripts = {{"List.txt", {200, Three}}, {"gro\xC3\x9F", {200, Large}}};
         server.scripts[row.path] = row.answer;
         QCOMPARE(Check(server), QString::fromStdString(row.said + row.summary));
     }
@@ -152,15 +152,16 @@ private slots:
         server.scripts["a"].delay = 300; // what is said keeps the list's order
         PublishedList published;
         std::string fault;
-        QVERIFY(ParsePublishedList(SplitLines(Record("a", "") + Record("b", "")), published, fault));
+        QVERIFY(ParsePublishedList(SplitLines(Record("a", "CONTENT") + Record("b", "CONTENT")), published,
+                                   fault));
         const std::string cache = "127.0.0.1:" + std::to_string(server.serverPort());
         const std::string base = "http://updates.example.com:81/LatestVersion/";
         const QString said = Check(server, {base, false, {}, &published, "new.txt", cache});
         const char expected[] =
             "from CACHE: List.txt: the server gives out another list than new.txt, of 2 files: "
             "an older version, or a cache before it\n"
-            "from CACHE: a: other size: 3 bytes instead of 0\n"
-            "from CACHE: b: other size: 7 bytes instead of 0\n"
+            "from CACHE: a: other size: 3 bytes instead of 7\n"
+            "from CACHE: b: other content: its digest is not that of the list\n"
             "check-server: http://updates.example.com:81/LatestVersion/ from CACHE: 2 files checked, 3 "
             "findings";
         QCOMPARE(said, QString(expected).replace("CACHE", cache.c_str()));

@@ -71,17 +71,19 @@ private slots:
         const std::string old =
             "F#changed#1#aa\nF#capitals#1#C0\nF#MyList.txt#1#dd\nF#unins000.exe#1#x\nF#gone#1#x\nF#gone#1#x\n"
             "D#maps\nD#maps\\far\nF#maps\\far\\deep\\a.map#1#x\nF#maps\\b.map#1#x\nF#maps\\c.map#1#x\n"
-            "F#plain\\file#1#x\nF#same#1#bb";
+            "F#plain\\file#1#x\nF#same#1#bb\nF#maps\\far\\back.map#1#0";
         const std::string now =
-            "a remark: F#x#7#\nF#changed#5000000000#ab\nF#capitals#1#c0\nF#MyList.txt#9#ee\nF#same#1#BB\n";
+            "a remark: F#x#7#\nF#changed#5000000000#ab\nF#capitals#1#c0\nF#MyList.txt#9#ee\nF#same#1#BB\n"
+            "D#maps\\far\nF#maps\\far\\back.map#1#0\n"; // comes back, since its folder's folder goes
         QCOMPARE(ReportText(CompareLists(Parsed(old), Parsed(now + Launcher)), 100).c_str(),
-                 "fetched: 3 files, 5 000 001 001 bytes (4.7 GiB)\n"
-                 "deleted: 5 files, 3 folders\n"
+                 "fetched: 4 files, 5 000 001 002 bytes (4.7 GiB)\n"
+                 "deleted: 6 files, 3 folders\n"
                  "the launcher restarts: yes, its own executable changes\n"
                  "time: 6 min 40 s at 100 Mbit/s\n"
                  "the largest:\n"
                  "  changed: 4.7 GiB\n"
                  "  Game\\TessaloomLauncher\\Release\\TessaloomLauncher.exe: 1000 bytes\n"
+                 "  maps\\far\\back.map: 1 bytes\n"
                  "  same: 1 bytes\n"
                  "2 GiB or more are fetched: the launcher's amounts and bar are wrong\n"
                  "More than half of the game is fetched anew: is that meant?\n");

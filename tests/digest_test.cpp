@@ -14,6 +14,11 @@ class DigestTest : public QObject
     const std::vector<Sha256Implementation> implementations = Sha256Implementations();
 
 private slots:
+    void theFastestFunctionIsChosen()
+    {
+        QVERIFY(ChosenBlockFunction() == implementations.front().function);
+    }
+
     void cleanup()
     {
         ChosenBlockFunction() = FirstProvenBlockFunction(implementations);

@@ -1,7 +1,6 @@
 #!/usr/bin/env bats
 # The publisher's programs as commands: what they say and where, make-list where the disk is full or it is ended, and
-# check-server on nginx and a cache, set up in the words of README and docs/serving.md. The programs are those of build/,
-# unless MAKE_LIST, COMPARE_LISTS and CHECK_SERVER hold other full paths.
+# check-server on nginx and a cache, set up in the words of README and docs/serving.md.
 bats_require_minimum_version 1.5.0
 # The messages that are compared are those of no language. Names outside ASCII come through there too.
 export LC_ALL=C PATH=$PATH:/usr/sbin
@@ -86,9 +85,11 @@ END
 0|"$COMPARE_LISTS" new.txt new.txt|fetched: 0 files, 0 bytes\ndeleted: 0 files, 0 folders\nthe launcher restarts: no\nNothing changes: are these the lists that are meant?
 1|"$COMPARE_LISTS" <(echo "F#a.x#1#x") <(echo "F#A.x#1#x") >no-output|
 0|"$CHECK_SERVER" --quick http://$server/LatestVersion|check-server: $there: 1 file checked by length, all as the list says
-0|"$CHECK_SERVER" --from $server --from $server http://host/LatestVersion/List.txt|$said\n$said
+1|"$CHECK_SERVER" --from 127.0.0.1:1 --from $server http://host/ >no-output|
+0|"$CHECK_SERVER" --from $server http://host/LatestVersion/List.txt|$said
+1|"$CHECK_SERVER" --list tessaloom-1/List.txt http://127.0.0.1:1/|List.txt: no answer: Connection refused\ncheck-server: http://127.0.0.1:1/: no file checked, since the server does not answer
 1|"$CHECK_SERVER" --list tessaloom-1/List.txt $there >no-output|
-1|"$MAKE_LIST" many >/dev/full|
+1|"$MAKE_LIST" tessaloom-1 >/dev/full|
 END
     # As README has it, the list came packed.
     grep -q "^${server#*:} 200 /LatestVersion/List.txt gzip" asked.log

@@ -1,4 +1,4 @@
-// How a start is claimed and copied, and how the application opens. The rest is seen on the whole road.
+// How a start is claimed and copied, which game counts as running, and how the application opens.
 #include <filesystem>
 #include <future>
 
@@ -79,6 +79,23 @@ private slots:
     {
         QCOMPARE(pluginFolder, QString((tempFolderStem + "1").c_str()));
         QCOMPARE(qgetenv("QT_QPA_PLATFORM_PLUGIN_PATH"), foreignPlugins);
+    }
+
+    // The game has a name with this process's number: a real launcher neither disturbs this nor is disturbed.
+    void aGameIsKnownByItsFileName()
+    {
+        const TemporaryTree tree;
+        const std::string number = std::to_string(GetCurrentProcessId()), game = "Boardgame" + number;
+        for (const auto& [file, isGame] :
+             std::map<std::string, bool>{{game + ".exe", true},
+                                         {"a tool, xBOARDGAME" + number + ".exe", true},
+                                         {game + "LobbyServer.exe", false},
+                                         {"LOGINserver" + game + ".exe", false}}) {
+            const ChildProcess child(tree.Path(file));
+            QFile::remove(tree.Path(file).c_str()); // as an update may; Windows refuses it
+            QCOMPARE(ProcessName(static_cast<DWORD>(child.processId())), file);
+            QVERIFY2(IsGameProcessRunning(game) == isGame, file.c_str());
+        }
     }
 
     void aCopyIsCompleteOrIsNotMade()
