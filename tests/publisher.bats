@@ -85,7 +85,7 @@ END
 0|"$COMPARE_LISTS" new.txt new.txt|fetched: 0 files, 0 bytes\ndeleted: 0 files, 0 folders\nthe launcher restarts: no\nNothing changes: are these the lists that are meant?
 1|"$COMPARE_LISTS" <(echo "F#a.x#1#x") <(echo "F#A.x#1#x") >no-output|
 0|"$CHECK_SERVER" --quick http://$server/LatestVersion|check-server: $there: 1 file checked by length, all as the list says
-1|"$CHECK_SERVER" --from 127.0.0.1:1 --from $server http://host/ >no-output|
+1|"$CHECK_SERVER" --from 127.0.0.1:1 --from $server http://host/LatestVersion/ >no-output|
 0|"$CHECK_SERVER" --from $server http://host/LatestVersion/List.txt|$said
 1|"$CHECK_SERVER" --list tessaloom-1/List.txt http://127.0.0.1:1/|List.txt: no answer: Connection refused\ncheck-server: http://127.0.0.1:1/: no file checked, since the server does not answer
 1|"$CHECK_SERVER" --list tessaloom-1/List.txt $there >no-output|
