@@ -7,7 +7,6 @@
 namespace {
 constexpr std::int32_t MB = 1024 * 1024;
 
-// Notes down what the button in the taskbar is told.
 struct RecordingTaskbar : ITaskbarList3
 {
     HRESULT SetProgressValue(HWND, ULONGLONG completed, ULONGLONG total) override

@@ -77,11 +77,13 @@ END
     [[ ! -s no-output ]]
 }
 
-@test "what was asked for stands on standard output, and exit code 1 is something to mend" {
+@test "what was asked for stands on standard output, progress on a terminal, and exit code 1 is something to mend" {
     there=http://$server/LatestVersion/
+    mkdir long && touch long/a.x && truncate -s 1G long/b.x # which takes a while
     said="check-server: http://host/LatestVersion/ from $server: 1 file checked, all as the list says"
     says '2>/dev/null' <<END
 0|"$MAKE_LIST" --version|make-list $(sed -n 's/^project(.* VERSION \([^ ]*\).*/\1/p' "$project/CMakeLists.txt")
+0|grep -q " / 2 files " <(script -qec "'$MAKE_LIST' long" /dev/null)|
 0|"$COMPARE_LISTS" new.txt new.txt|fetched: 0 files, 0 bytes\ndeleted: 0 files, 0 folders\nthe launcher restarts: no\nNothing changes: are these the lists that are meant?
 1|"$COMPARE_LISTS" <(echo "F#a.x#1#x") <(echo "F#A.x#1#x") >no-output|
 0|"$CHECK_SERVER" --quick http://$server/LatestVersion|check-server: $there: 1 file checked by length, all as the list says

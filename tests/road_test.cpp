@@ -167,7 +167,6 @@ private slots:
         QTRY_COMPARE(QString(ReadFile(road->said.Path("game")).c_str()), game + "\n0 arguments");
     }
 
-    // As often as ROAD_ROUNDS says, else twice.
     void aKilledUpdateIsHealedByTheNextStart()
     {
         QRandomGenerator& random = *QRandomGenerator::global();
