@@ -11,6 +11,8 @@ folder=$PWD
 # overlooked among the leaks that it then has.
 refuse_unknown() { ! grep -q '^Unknown test' "$1" || give_up "There is no such function or row: nothing was tested."; }
 
+# Files that stay open show soon, whatever the machine allows.
+ulimit -Sn 512
 code=0
 if [[ $1 != *.exe ]]; then
     start_display

@@ -1,7 +1,6 @@
 // The check of a server: what it says of the answers that servers and caches give on a bad day.
 #include "checkserver/servercheck.h"
 #include "support/scriptedserver.h"
-#include "support/temporarytree.h"
 #include "support/testmain.h"
 
 namespace {
@@ -64,8 +63,9 @@ const AnswerRow answerRows[] = {
     {"chunks broken off", "b", {0, Chunks}, "b: broken off after 7 bytes: Connection closed\n"},
     {"chunks", "b", {0, Chunks + "0\r\n\r\n"}, "b: sent in chunks, without its length" + Lost},
     {"no length", "b", {0, Head + "\r\ncontent"}, "b: sent without its length" + Lost},
-    {"a packed file", "b", Script{200, Content, "Content-Encoding: br\r\n"},
-     "b: packed as br, so its length is lost" + Lost},
+    {"a packed file", "b", Script{200, "CONTENT", "Content-Encoding: br\r\n"},
+     "b: other content: its digest is not that of the list\nb: packed as br, so its length is lost" + Lost,
+     "3 files checked, 2 findings"},
     {"a packed list", "List.txt", Script{200, Three, "Content-Encoding: br\r\n"}, "",
      "3 files checked, all as the list says"},
     {"twenty files", "List.txt", {200, Twenty}, "", "20 files checked, all as the list says"},
@@ -90,10 +90,7 @@ class CheckServerTest : public QObject
     Q_OBJECT
 
 private slots:
-    void eachAnswerIsToldAsAPlayerMeetsIt_data()
-    {
-        AddRows(answerRows);
-    }
+    ROWS(eachAnswerIsToldAsAPlayerMeetsIt, answerRows)
     void eachAnswerIsToldAsAPlayerMeetsIt()
     {
         const AnswerRow& row = CurrentRow(answerRows);
@@ -140,7 +137,9 @@ private slots:
             said += QString(name) + ": no answer for 2 seconds\n";
         said += "ended, since the server sent nothing for 2 seconds: 2 of 20 files checked, 15 findings";
         QCOMPARE(Check(server), said);
-        QCOMPARE(ProgressText(shown, 3600).c_str(), "2 / 20 files   10%   0.0 MB/s   9 h 0 min left");
+        for (std::int64_t* const bytes : {&shown.bytes, &shown.bytesDone})
+            *bytes *= 10'000'000'000;
+        QCOMPARE(ProgressText(shown, 3600).c_str(), "2 / 20 files   10%   37.1 MB/s   9 h 0 min left");
     }
 
     void anOlderVersionInACacheIsFound()

@@ -2,9 +2,9 @@
 #include <algorithm>
 
 #include "digest/filedigest.h"
+#include "digest/readahead.h"
 #include "digest/sha256.h"
 #include "digest/sha256_blocks.h"
-#include "support/temporarytree.h"
 #include "support/testmain.h"
 
 class DigestTest : public QObject
@@ -17,6 +17,11 @@ private slots:
     void theFastestFunctionIsChosen()
     {
         QVERIFY(ChosenBlockFunction() == implementations.front().function);
+        const std::string processor = ReadFile("/proc/cpuinfo"); // Wine sees it too
+        const auto has = [&](const char* feature) { return processor.find(feature) != std::string::npos; };
+        QCOMPARE(implementations.front().name, has(" sha_ni ")                  ? "shani"
+                                               : has(" avx2 ") && has(" bmi2 ") ? "avx2"
+                                                                                : "plain");
     }
 
     void cleanup()
@@ -24,10 +29,7 @@ private slots:
         ChosenBlockFunction() = FirstProvenBlockFunction(implementations);
     }
 
-    void everyFunctionDigestsTheSame_data()
-    {
-        AddRows(implementations);
-    }
+    ROWS(everyFunctionDigestsTheSame, implementations)
     void everyFunctionDigestsTheSame()
     {
         const Sha256Implementation& row = CurrentRow(implementations);
@@ -74,6 +76,22 @@ private slots:
         QCOMPARE(FileSha256(tree.WindowsRoot() + "\\huge").c_str(),
                  "ec527a295f511b2d414490990dbc74a082d830e24d2eeb088cbc93f08e65e1f6");
         QVERIFY(digestBufferSize < 1 << 30);
+    }
+
+    // Large files alone are hinted, and of one that is too large for the window only its start.
+    void thirtyTwoMegabytesAreReadAhead()
+    {
+        const std::int32_t MB = 1024 * 1024;
+        const std::vector<std::int32_t> sizes = {MB - 1, MB, 30 * MB, MB - 1, MB, MB, -1, MB};
+        const std::vector<std::string> absent(sizes.size(), "\\absent");
+        ReadAheadWindow window;
+        QStringList reached; // file and MB
+        for (std::size_t current = 0; current < sizes.size(); ++current) {
+            ReadAhead("", absent, sizes, current, window);
+            reached += QString("%1: %2").arg(window.next).arg(window.bytes / MB);
+        }
+        COMPARE_ALL(reached,
+                    QStringList({"5: 32", "6: 32", "6: 2", "6: 2", "6: 1", "7: 32", "8: 1", "8: 0"}));
     }
 };
 

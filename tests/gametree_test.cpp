@@ -3,7 +3,6 @@
 #include "gametree/listedpath.h"
 #include "gametree/treeroot.h"
 #include "helpers/files.h"
-#include "support/temporarytree.h"
 #include "support/testmain.h"
 
 namespace {
@@ -54,10 +53,7 @@ class GameTreeTest : public QObject
     Q_OBJECT
 
 private slots:
-    void aListIsReadRecordByRecordOrRefused_data()
-    {
-        AddRows(lists);
-    }
+    ROWS(aListIsReadRecordByRecordOrRefused, lists)
     void aListIsReadRecordByRecordOrRefused()
     {
         const auto& row = CurrentRow(lists);
@@ -98,11 +94,6 @@ private slots:
     {
         QTEST(StaysInTree(QTest::currentDataTag()), "stays");
         QVERIFY(!StaysInTree(QTest::currentDataTag() + "\0"s)); // where the system takes the path to end
-    }
-
-    void onlyUtf8IsReadAlikeByTheSystemAndByQt()
-    {
-        QVERIFY(IsReadAlike("C:\\J\xC3\xBCrgen") && !IsReadAlike("C:\\J\xFCrgen"));
     }
 
     void aRootThatHoldsOtherThingsIsRefused()

@@ -1,7 +1,6 @@
 // The publisher's list maker: what it says about names, the list of a real tree, and files that change.
 #include "makelist/makelist.h"
 #include "helpers/files.h"
-#include "support/temporarytree.h"
 #include "support/testmain.h"
 
 namespace {
@@ -18,7 +17,7 @@ private slots:
     {
         const TemporaryTree tree;
         const std::string large(300000, 'x');
-        QVERIFY(WriteTree(tree.Root(), Files({"b.txt", "new.lst", "new.lst.gz", "new.lst.aB3xYz",
+        QVERIFY(WriteTree(tree.Root(), Files({"b.txt", "out/new.lst", "out/new.lst.gz", "out/new.lst.aB3xYz",
                                               "Game/a+b/new.lst", "Game/empty/", "Game/kept/unins000.dat",
                                               "given up/", "List.txt", "Game/TessaloomLauncher/List.txt"})));
         QVERIFY(WriteFile(tree.Path("large.x"), large));
@@ -27,7 +26,8 @@ private slots:
                                  record + "F#b.txt" + record + "F#large.x#300000#" + Sha256Of(large) + "\n";
         for (const unsigned threads : {1u, 3u}) {
             Remarks remarks;
-            QCOMPARE(MakeList(tree.Root() + "/", remarks, NoProgress, tree.Path("new.lst"), threads), list);
+            QCOMPARE(MakeList(tree.Root() + "/", remarks, NoProgress, tree.Path("out/new.lst"), threads),
+                     list);
         }
     }
 

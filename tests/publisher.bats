@@ -83,7 +83,7 @@ END
     said="check-server: http://host/LatestVersion/ from $server: 1 file checked, all as the list says"
     says '2>/dev/null' <<END
 0|"$MAKE_LIST" --version|make-list $(sed -n 's/^project(.* VERSION \([^ ]*\).*/\1/p' "$project/CMakeLists.txt")
-0|grep -q " / 2 files " <(script -qec "'$MAKE_LIST' long" /dev/null)|
+0|grep -q " / 2 files " <(script -qec "'$MAKE_LIST' long >no-output" /dev/null)|
 0|"$COMPARE_LISTS" new.txt new.txt|fetched: 0 files, 0 bytes\ndeleted: 0 files, 0 folders\nthe launcher restarts: no\nNothing changes: are these the lists that are meant?
 1|"$COMPARE_LISTS" <(echo "F#a.x#1#x") <(echo "F#A.x#1#x") >no-output|
 0|"$CHECK_SERVER" --quick http://$server/LatestVersion|check-server: $there: 1 file checked by length, all as the list says

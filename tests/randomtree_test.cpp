@@ -104,7 +104,7 @@ std::string OneOf(const Paths& choices)
 // Few names, so that tree and list often mean the same path.
 std::string SomeFolder()
 {
-    return OneOf({"a.b", IsWindows ? "a.b" : "A.b", "Öffent.lich", "Game/Data 1.0", "Other/engineLog.txt",
+    return OneOf({"a.b", IsWindows ? "a.b" : "A.b", "Öffent.lich", "Game/.Data 1", "Other/engineLog.txt",
                   "Other/LAUNCHER_TEMP_EXE_FOLDER"});
 }
 

@@ -9,7 +9,6 @@
 #include "processes/processtable.h"
 #include "support/childprocess.h"
 #include "support/scriptedserver.h"
-#include "support/temporarytree.h"
 #include "support/testmain.h"
 
 namespace {
@@ -46,6 +45,7 @@ struct Road
                                       copies + "2/removed", copies + "10/removed", copies + "11/kept"}));
         QFile::setPermissions(tree.Path(launcherFolder + LauncherFileName).c_str(),
                               QFile::Permissions(0x7755));
+        QFile::setPermissions(tree.Path(copies + "10").c_str(), QFile::Permissions(0x5555)); // OneDrive's
     }
     ~Road()
     {

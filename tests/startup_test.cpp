@@ -11,7 +11,6 @@
 #include "startup/launchercontext.h"
 #include "startup/startclaim.h"
 #include "support/childprocess.h"
-#include "support/temporarytree.h"
 #include "support/testmain.h"
 
 using namespace std::chrono_literals;

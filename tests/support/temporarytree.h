@@ -34,8 +34,7 @@ std::string ReadFile(const std::string& path);
 
 std::string Sha256Of(const std::string& content); // in hexadecimal digits
 
-// A folder that is removed with the object, also when the test fails. Its name has a blank and a letter
-// outside ASCII.
+// Removed with the object, also when the test fails. Its name has a blank and a letter outside ASCII.
 class TemporaryTree
 {
 public:

@@ -4,6 +4,7 @@
 #include <QtTest>
 
 #include "platform/platform.h"
+#include "support/temporarytree.h"
 
 // The launcher's text conventions, as its entry point sets them, whatever the locale of the machine is.
 Q_COREAPP_STARTUP_FUNCTION(FixTextConventions)
@@ -12,7 +13,10 @@ Q_COREAPP_STARTUP_FUNCTION(FixTextConventions)
 inline const bool IsWindows = QSysInfo::kernelType() == "winnt";
 inline const char* const TemporaryFolderVariable = IsWindows ? "TMP" : "TMPDIR"; // of the environment
 
-// A table's rows, each with a `name` to run it by.
+// Gives a test the rows of a table, each with a `name` to run it by.
+// clang-format off
+#define ROWS(test, rows) void test##_data() { AddRows(rows); }
+// clang-format on
 template <typename Rows>
 void AddRows(const Rows& rows)
 {
